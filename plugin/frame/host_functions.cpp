@@ -1,0 +1,153 @@
+// The host function wrappers: one cache per wrapper, filled from gResolver.
+#include "frame/host_functions.h"
+
+#include <stdlib.h>
+
+#include "frame/plugin_state.h"
+
+void *Bind(void *&cache, const char *name) {
+  if (cache == nullptr && gResolver != nullptr) cache = gResolver(name);
+  return cache;
+}
+
+namespace {
+
+template <typename Fn>
+Fn As(void *address) {
+  return reinterpret_cast<Fn>(address);
+}
+
+}  // namespace
+
+void REALRegisterModule(REALmoduleDefinition *module) {
+  static void *cache;
+  if (auto f = As<PluginRegisterModule_fn>(Bind(cache, "PluginRegisterModule"))) f(module);
+}
+
+void REALRegisterClass(REALclassDefinition *cls) {
+  static void *cache;
+  if (auto f = As<PluginRegisterClass_fn>(Bind(cache, "PluginRegisterClass"))) f(cls);
+}
+
+REALobject REALnewInstance(const char *className) {
+  static void *cache;
+  auto f = As<PluginNewInstance_fn>(Bind(cache, "PluginNewInstance"));
+  return f ? f(className) : nullptr;
+}
+
+void REALLockObject(REALobject obj) {
+  static void *cache;
+  if (auto f = As<REALLockObject_fn>(Bind(cache, "REALLockObject"))) f(obj);
+}
+
+void REALUnlockObject(REALobject obj) {
+  static void *cache;
+  if (auto f = As<REALUnlockObject_fn>(Bind(cache, "REALUnlockObject"))) f(obj);
+}
+
+void REALRaiseException(REALobject exception) {
+  static void *cache;
+  if (auto f = As<RuntimeRaiseException_fn>(Bind(cache, "RuntimeRaiseException"))) f(exception);
+}
+
+void *REALLoadFrameworkMethod(const char *prototype) {
+  static void *cache;
+  auto f = As<REALLoadGlobalMethod_fn>(Bind(cache, "REALLoadGlobalMethod"));
+  return f ? f(nullptr, prototype) : nullptr;
+}
+
+bool REALGetPropValueInt32(REALobject obj, const char *name, int32_t *out) {
+  static void *cache;
+  auto f = As<REALGetPropValueInt_fn>(Bind(cache, "REALGetPropValueInt"));
+  return f ? f(obj, name, out) != 0 : false;
+}
+
+bool REALSetPropValueInt32(REALobject obj, const char *name, int32_t value) {
+  static void *cache;
+  auto f = As<REALSetPropValueInt_fn>(Bind(cache, "REALSetPropValueInt"));
+  return f ? f(obj, name, value) != 0 : false;
+}
+
+bool REALSetPropValueString(REALobject obj, const char *name, REALstring value) {
+  static void *cache;
+  auto f = As<REALSetPropValueString_fn>(Bind(cache, "REALSetPropValueString"));
+  return f ? f(obj, name, value) != 0 : false;
+}
+
+REALstring originalREALBuildString(const void *bytes, RBInteger byteCount) {
+  static void *cache;
+  auto f = As<REALBuildString_fn>(Bind(cache, "REALBuildString"));
+  return f ? f(bytes, byteCount) : nullptr;
+}
+
+void REALSetStringEncoding(REALstring str, uint32_t encoding) {
+  static void *cache;
+  if (auto f = As<REALSetStringEncoding_fn>(Bind(cache, "REALSetStringEncoding")))
+    f(str, encoding);
+}
+
+uint32_t REALGetStringEncoding(REALstring str) {
+  static void *cache;
+  auto f = As<REALGetStringEncoding_fn>(Bind(cache, "REALGetStringEncoding"));
+  return f ? f(str) : 0;
+}
+
+REALstring REALConvertString(REALstring str, uint32_t encoding) {
+  static void *cache;
+  auto f = As<REALConvertString_fn>(Bind(cache, "REALConvertString"));
+  return f ? f(str, encoding) : nullptr;
+}
+
+void REALLockString(REALstring str) {
+  static void *cache;
+  if (auto f = As<REALLockString_fn>(Bind(cache, "REALLockString"))) f(str);
+}
+
+void REALUnlockString(REALstring str) {
+  static void *cache;
+  if (auto f = As<REALUnlockString_fn>(Bind(cache, "REALUnlockString"))) f(str);
+}
+
+void REALDisposeStringData(REALstringData *data) {
+  static void *cache;
+  if (auto f = As<PluginDisposeStringData_fn>(Bind(cache, "PluginDisposeStringData")))
+    f(data);
+  else
+    free(const_cast<void *>(data->data));
+}
+
+const struct __CFString *REALGetStringCFString(REALstring str, RBBoolean flag) {
+  static void *cache;
+  auto f = As<REALGetStringCFString_fn>(Bind(cache, "REALGetStringCFString"));
+  return f ? f(str, flag) : nullptr;
+}
+
+REALmemoryBlock REALNewMemoryBlockOriginal(RBInteger size) {
+  static void *cache;
+  auto f = As<newMemoryBlock_fn>(Bind(cache, "newMemoryBlock"));
+  return f ? f(size) : nullptr;
+}
+
+void *REALMemoryBlockGetPtr(REALmemoryBlock block) {
+  static void *cache;
+  auto f = As<memoryBlockGetPtr_fn>(Bind(cache, "memoryBlockGetPtr"));
+  return f ? f(block) : nullptr;
+}
+
+RBInteger REALMemoryBlockGetSize(REALmemoryBlock block) {
+  static void *cache;
+  auto f = As<memoryBlockGetSize_fn>(Bind(cache, "memoryBlockGetSize"));
+  return f ? f(block) : 0;
+}
+
+bool REALFSRefFromFolderItem(REALfolderItem item, struct FSRef *ref, struct HFSUniStr255 *name) {
+  static void *cache;
+  auto f = As<REALFSRefFromFolderItem_fn>(Bind(cache, "REALFSRefFromFolderItem"));
+  return f ? f(item, ref, name) != 0 : false;
+}
+
+bool REALFSSpecFromFolderItem(struct FSSpec *spec, REALfolderItem item) {
+  static void *cache;
+  auto f = As<REALFSSpecFromFolderItem_fn>(Bind(cache, "REALFSSpecFromFolderItem"));
+  return f ? f(spec, item) != 0 : false;
+}

@@ -1,0 +1,51 @@
+// Wrappers of the host functions the plug-in calls. Each finds its host
+// function by name through gResolver on first use and keeps the address in
+// a cache of its own; a name that does not resolve is asked for again on the
+// next call, and meanwhile the wrapper returns its empty result (null, 0 or
+// false) or does nothing.
+#pragma once
+
+#include "host_plugin_interface.h"
+
+struct FSRef;
+struct FSSpec;
+struct HFSUniStr255;
+struct __CFString;
+
+// The binding rule every wrapper follows: while the cache is empty, ask
+// gResolver for the name and store the answer (a null answer leaves the
+// cache empty, so the next call asks again). Returns the cache.
+void *Bind(void *&cache, const char *name);
+
+// Registration
+void REALRegisterModule(REALmoduleDefinition *module);
+void REALRegisterClass(REALclassDefinition *cls);
+
+// Objects and classes
+REALobject REALnewInstance(const char *className);  // owned
+void REALLockObject(REALobject obj);
+void REALUnlockObject(REALobject obj);
+void REALRaiseException(REALobject exception);
+void *REALLoadFrameworkMethod(const char *prototype);
+bool REALGetPropValueInt32(REALobject obj, const char *name, int32_t *out);
+bool REALSetPropValueInt32(REALobject obj, const char *name, int32_t value);
+bool REALSetPropValueString(REALobject obj, const char *name, REALstring value);
+
+// Strings
+REALstring originalREALBuildString(const void *bytes, RBInteger byteCount);  // owned
+void REALSetStringEncoding(REALstring str, uint32_t encoding);
+uint32_t REALGetStringEncoding(REALstring str);
+REALstring REALConvertString(REALstring str, uint32_t encoding);  // owned
+void REALLockString(REALstring str);
+void REALUnlockString(REALstring str);
+void REALDisposeStringData(REALstringData *data);
+const struct __CFString *REALGetStringCFString(REALstring str, RBBoolean flag);  // retained
+
+// Memory blocks
+REALmemoryBlock REALNewMemoryBlockOriginal(RBInteger size);  // owned
+void *REALMemoryBlockGetPtr(REALmemoryBlock block);
+RBInteger REALMemoryBlockGetSize(REALmemoryBlock block);
+
+// Folder items
+bool REALFSRefFromFolderItem(REALfolderItem item, struct FSRef *ref, struct HFSUniStr255 *name);
+bool REALFSSpecFromFolderItem(struct FSSpec *spec, REALfolderItem item);
