@@ -141,9 +141,12 @@ _Static_assert(sizeof(FSSpec) == 70, "FSSpec is 70 bytes");
 #endif
 
 /* Catalog information of ref. Every out-parameter may be NULL; catalogInfo
-   receives the fields named in whichInfo, outName the item's name as stored,
-   fsSpec the item as parent folder and Mac OS Roman name, parentRef the
-   folder holding it. */
+   receives the fields named in whichInfo, outName the item's name as stored
+   (with POSIX ':' shown as '/', as Carbon names do; a volume root is named
+   after its mount point, the system root "/"), fsSpec the item as parent
+   folder and Mac OS Roman name (bdNamErr when the name has no such form),
+   parentRef the folder holding it (all zero, invalid, for a volume root,
+   whose node ID is 2 and parent ID 1). */
 FS_EXTERN OSErr FSGetCatalogInfo(const FSRef *ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo *catalogInfo,
                                  HFSUniStr255 *outName, FSSpec *fsSpec, FSRef *parentRef) FS_WEAK_IMPORT;
 
@@ -158,11 +161,18 @@ FS_EXTERN OSErr FSpMakeFSRef(const FSSpec *source, FSRef *newRef) FS_WEAK_IMPORT
 FS_EXTERN OSErr FSMakeFSSpec(FSVolumeRefNum vRefNum, SInt32 dirID, ConstStr255Param fileName,
                              FSSpec *spec) FS_WEAK_IMPORT;
 
-/* A reference to the item at a UTF-8 POSIX path, following symbolic links. */
+/* A reference to the item at a UTF-8 POSIX path. References name the item a
+   path leads to once symbolic links are followed, and stay valid while that
+   item stays at that path (a renamed or replaced item is no longer found). */
 FS_EXTERN OSStatus FSPathMakeRef(const UInt8 *path, FSRef *ref, Boolean *isDirectory) FS_WEAK_IMPORT;
 
 /* The UTF-8 POSIX path of ref, zero-terminated, into path[maxPathSize]. */
 FS_EXTERN OSStatus FSRefMakePath(const FSRef *ref, UInt8 *path, UInt32 maxPathSize) FS_WEAK_IMPORT;
+
+/* The existing item called name (as outName of FSGetCatalogInfo gives it)
+   inside the folder parentRef; fnfErr when there is none. */
+FS_EXTERN OSErr FSMakeFSRefUnicode(const FSRef *parentRef, UniCharCount nameLength, const UniChar *name,
+                                   TextEncoding textEncodingHint, FSRef *newRef) FS_WEAK_IMPORT;
 
 /* noErr when both references name the same item, errFSRefsDifferent when not. */
 FS_EXTERN OSErr FSCompareFSRefs(const FSRef *ref1, const FSRef *ref2) FS_WEAK_IMPORT;

@@ -1,0 +1,264 @@
+// The File Manager functions: references from paths and specs, paths from
+// references, and catalog information.
+#include <CarbonCore/Files.h>
+
+#include "fs_names.h"
+#include "fs_registry.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cstring>
+#include <string>
+
+using kc_as::Item;
+
+namespace {
+
+// Seconds from 1904-01-01 (the Carbon epoch) to 1970-01-01 (the Unix epoch).
+constexpr UInt64 kCarbonToUnixSeconds = 2082844800ULL;
+
+UTCDateTime ToUTCDateTime(const struct timespec& ts) {
+  UTCDateTime d;
+  std::memset(&d, 0, sizeof d);
+  if (ts.tv_sec < -static_cast<long long>(kCarbonToUnixSeconds)) return d;  // before 1904: no date
+  UInt64 seconds = static_cast<UInt64>(ts.tv_sec + static_cast<long long>(kCarbonToUnixSeconds));
+  d.highSeconds = static_cast<UInt16>((seconds >> 32) & 0xFFFF);
+  d.lowSeconds = static_cast<UInt32>(seconds & 0xFFFFFFFFu);
+  d.fraction = static_cast<UInt16>((static_cast<UInt64>(ts.tv_nsec) << 16) / 1000000000ULL);
+  return d;
+}
+
+UInt32 CountEntries(const std::string& dir) {
+  DIR* d = opendir(dir.c_str());
+  if (!d) return 0;
+  UInt32 n = 0;
+  while (dirent* e = readdir(d)) {
+    if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0) ++n;
+  }
+  closedir(d);
+  return n;
+}
+
+// The birth time where the file system records one; no date otherwise.
+UTCDateTime CreationDate(const std::string& path) {
+  struct statx sx;
+  UTCDateTime none;
+  std::memset(&none, 0, sizeof none);
+  if (statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME, &sx) != 0 || !(sx.stx_mask & STATX_BTIME)) return none;
+  struct timespec ts;
+  ts.tv_sec = sx.stx_btime.tv_sec;
+  ts.tv_nsec = sx.stx_btime.tv_nsec;
+  return ToUTCDateTime(ts);
+}
+
+void FillCatalogInfo(const Item& item, FSCatalogInfoBitmap which, FSCatalogInfo* info) {
+  const struct stat& st = item.st;
+  const bool isDir = S_ISDIR(st.st_mode);
+  if (which & kFSCatInfoTextEncoding) info->textEncodingHint = 0;  // Mac OS Roman, as Carbon reports by default
+  if (which & kFSCatInfoNodeFlags) info->nodeFlags = isDir ? kFSNodeIsDirectoryMask : 0;
+  if (which & kFSCatInfoVolume) info->volume = kc_as::VolumeOf(item);
+  if (which & kFSCatInfoParentDirID) {
+    Item parent;
+    if (item.isVolumeRoot) {
+      info->parentDirID = fsRtParID;
+    } else {
+      info->parentDirID = kc_as::ParentOf(item, &parent) == noErr ? kc_as::NodeIdOf(parent) : 0;
+    }
+  }
+  if (which & kFSCatInfoNodeID) info->nodeID = kc_as::NodeIdOf(item);
+  if (which & kFSCatInfoCreateDate) info->createDate = CreationDate(item.path);
+  if (which & kFSCatInfoContentMod) info->contentModDate = ToUTCDateTime(st.st_mtim);
+  if (which & kFSCatInfoAttrMod) info->attributeModDate = ToUTCDateTime(st.st_ctim);
+  if (which & kFSCatInfoAccessDate) info->accessDate = ToUTCDateTime(st.st_atim);
+  if (which & kFSCatInfoBackupDate) std::memset(&info->backupDate, 0, sizeof info->backupDate);
+  if (which & kFSCatInfoPermissions) {
+    std::memset(&info->permissions, 0, sizeof info->permissions);
+    info->permissions.userID = st.st_uid;
+    info->permissions.groupID = st.st_gid;
+    info->permissions.mode = static_cast<UInt16>(st.st_mode);
+  }
+  if (which & kFSCatInfoFinderInfo) std::memset(info->finderInfo, 0, sizeof info->finderInfo);
+  if (which & kFSCatInfoFinderXInfo) std::memset(info->extFinderInfo, 0, sizeof info->extFinderInfo);
+  if (which & kFSCatInfoValence) info->valence = isDir ? CountEntries(item.path) : 0;
+  if (which & kFSCatInfoDataSizes) {
+    info->dataLogicalSize = isDir ? 0 : static_cast<UInt64>(st.st_size);
+    info->dataPhysicalSize = isDir ? 0 : static_cast<UInt64>(st.st_blocks) * 512u;
+  }
+  if (which & kFSCatInfoRsrcSizes) {
+    info->rsrcLogicalSize = 0;
+    info->rsrcPhysicalSize = 0;
+  }
+  if (which & kFSCatInfoSharingFlags) info->sharingFlags = 0;
+  if (which & kFSCatInfoUserPrivs) info->userPrivileges = 0;
+}
+
+// Carbon's name of an item. The system root has no POSIX name; it is shown
+// as "/", which is taken literally rather than as a POSIX separator.
+bool CarbonUnicodeName(const Item& item, std::u16string* units) {
+  if (item.path == "/") {
+    *units = u"/";
+    return true;
+  }
+  return kc_as::PosixNameToUnicode(kc_as::LeafName(item), units);
+}
+
+bool CarbonMacRomanName(const Item& item, std::string* name) {
+  if (item.path == "/") {
+    *name = "/";
+    return true;
+  }
+  return kc_as::PosixNameToMacRoman(kc_as::LeafName(item), 63, name);
+}
+
+OSErr FillName(const Item& item, HFSUniStr255* out) {
+  std::u16string units;
+  if (!CarbonUnicodeName(item, &units)) return bdNamErr;
+  if (units.size() > 255) return errFSNameTooLong;
+  std::memset(out, 0, sizeof *out);
+  out->length = static_cast<UInt16>(units.size());
+  std::memcpy(out->unicode, units.data(), units.size() * sizeof(UniChar));
+  return noErr;
+}
+
+// An FSSpec holds the parent folder's node ID and a Mac OS Roman name of at
+// most 63 bytes; a name that cannot be written so gives bdNamErr.
+OSErr FillSpec(const Item& item, FSSpec* spec) {
+  std::string name;
+  if (!CarbonMacRomanName(item, &name)) return bdNamErr;
+  SInt32 parID = fsRtParID;
+  if (!item.isVolumeRoot) {
+    Item parent;
+    OSErr err = kc_as::ParentOf(item, &parent);
+    if (err != noErr) return err;
+    parID = static_cast<SInt32>(kc_as::NodeIdOf(parent));
+  }
+  std::memset(spec, 0, sizeof *spec);
+  spec->vRefNum = kc_as::VolumeOf(item);
+  spec->parID = parID;
+  spec->name[0] = static_cast<unsigned char>(name.size());
+  std::memcpy(spec->name + 1, name.data(), name.size());
+  return noErr;
+}
+
+}  // namespace
+
+OSErr FSGetCatalogInfo(const FSRef* ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo* catalogInfo,
+                       HFSUniStr255* outName, FSSpec* fsSpec, FSRef* parentRef) {
+  if (!ref || (whichInfo != kFSCatInfoNone && !catalogInfo)) return paramErr;
+  Item item;
+  OSErr err = kc_as::ResolveRef(ref, &item);
+  if (err != noErr) return err;
+  if (catalogInfo) FillCatalogInfo(item, whichInfo, catalogInfo);
+  if (outName && (err = FillName(item, outName)) != noErr) return err;
+  if (fsSpec && (err = FillSpec(item, fsSpec)) != noErr) return err;
+  if (parentRef) {
+    // A volume root has no parent folder: its parent reference is invalid.
+    std::memset(parentRef, 0, sizeof *parentRef);
+    if (!item.isVolumeRoot) {
+      Item parent;
+      if ((err = kc_as::ParentOf(item, &parent)) != noErr) return err;
+      kc_as::MakeRef(parent, parentRef);
+    }
+  }
+  return noErr;
+}
+
+OSStatus FSPathMakeRef(const UInt8* path, FSRef* ref, Boolean* isDirectory) {
+  if (!path || !ref) return paramErr;
+  Item item;
+  OSErr err = kc_as::ItemFromPath(reinterpret_cast<const char*>(path), &item);
+  if (err != noErr) return err;
+  kc_as::MakeRef(item, ref);
+  if (isDirectory) *isDirectory = S_ISDIR(item.st.st_mode) ? 1 : 0;
+  return noErr;
+}
+
+OSStatus FSRefMakePath(const FSRef* ref, UInt8* path, UInt32 maxPathSize) {
+  if (!ref || !path) return paramErr;
+  Item item;
+  OSErr err = kc_as::ResolveRef(ref, &item);
+  if (err != noErr) return err;
+  if (item.path.size() + 1 > maxPathSize) return pathTooLongErr;
+  std::memcpy(path, item.path.c_str(), item.path.size() + 1);
+  return noErr;
+}
+
+OSErr FSCompareFSRefs(const FSRef* ref1, const FSRef* ref2) {
+  if (!ref1 || !ref2) return paramErr;
+  Item a, b;
+  OSErr err = kc_as::ResolveRef(ref1, &a);
+  if (err != noErr) return err;
+  if ((err = kc_as::ResolveRef(ref2, &b)) != noErr) return err;
+  return (a.st.st_dev == b.st.st_dev && a.st.st_ino == b.st.st_ino) ? static_cast<OSErr>(noErr)
+                                                                     : static_cast<OSErr>(errFSRefsDifferent);
+}
+
+OSErr FSpMakeFSRef(const FSSpec* source, FSRef* newRef) {
+  if (!source || !newRef) return paramErr;
+  const unsigned char length = source->name[0];
+  if (length > 63) return bdNamErr;
+  Item item;
+  if (source->parID == static_cast<SInt32>(fsRtParID)) {
+    // The volume root itself, named by its volume name (or no name).
+    OSErr err = kc_as::FindDirectory(source->vRefNum, fsRtDirID, &item);
+    if (err != noErr) return err;
+    std::string name;
+    if (length != 0 && (!CarbonMacRomanName(item, &name) ||
+                        name != std::string(reinterpret_cast<const char*>(source->name + 1), length))) {
+      return fnfErr;
+    }
+  } else {
+    Item dir;
+    OSErr err = kc_as::FindDirectory(source->vRefNum, source->parID, &dir);
+    if (err != noErr) return err;
+    if (length == 0) {
+      item = dir;
+    } else {
+      std::string leaf;
+      if (!kc_as::MacRomanNameToPosix(source->name + 1, length, &leaf)) return bdNamErr;
+      if ((err = kc_as::ChildOf(dir, leaf, &item)) != noErr) return err;
+    }
+  }
+  kc_as::MakeRef(item, newRef);
+  return noErr;
+}
+
+OSErr FSMakeFSSpec(FSVolumeRefNum vRefNum, SInt32 dirID, ConstStr255Param fileName, FSSpec* spec) {
+  if (!spec) return paramErr;
+  Item dir;
+  OSErr err = kc_as::FindDirectory(vRefNum, dirID, &dir);
+  if (err != noErr) return err;
+  if (!S_ISDIR(dir.st.st_mode)) return dirNFErr;
+  if (!fileName || fileName[0] == 0) return FillSpec(dir, spec);
+
+  const unsigned char length = fileName[0];
+  // Partial paths (names holding the ':' separator) are not supported here.
+  if (length > 63 || std::memchr(fileName + 1, ':', length) != nullptr) return bdNamErr;
+  std::string leaf;
+  if (!kc_as::MacRomanNameToPosix(fileName + 1, length, &leaf)) return bdNamErr;
+  std::memset(spec, 0, sizeof *spec);
+  spec->vRefNum = kc_as::VolumeOf(dir);
+  spec->parID = static_cast<SInt32>(kc_as::NodeIdOf(dir));
+  std::memcpy(spec->name, fileName, static_cast<size_t>(length) + 1);
+  Item child;
+  return kc_as::ChildOf(dir, leaf, &child);
+}
+
+OSErr FSMakeFSRefUnicode(const FSRef* parentRef, UniCharCount nameLength, const UniChar* name,
+                         TextEncoding textEncodingHint, FSRef* newRef) {
+  (void)textEncodingHint;  // names are Unicode throughout; the hint only mattered to HFS
+  if (!parentRef || !newRef || (nameLength != 0 && !name)) return paramErr;
+  if (nameLength == 0 || nameLength > 255) return bdNamErr;
+  Item dir;
+  OSErr err = kc_as::ResolveRef(parentRef, &dir);
+  if (err != noErr) return err;
+  if (!S_ISDIR(dir.st.st_mode)) return errFSNotAFolder;
+  std::string leaf;
+  if (!kc_as::UnicodeNameToPosix(name, nameLength, &leaf)) return bdNamErr;
+  Item child;
+  if ((err = kc_as::ChildOf(dir, leaf, &child)) != noErr) return err;
+  kc_as::MakeRef(child, newRef);
+  return noErr;
+}

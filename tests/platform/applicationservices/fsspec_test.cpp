@@ -1,0 +1,156 @@
+// FSSpec: specs of existing and not yet existing items, their Mac OS Roman
+// names, and the way back to an FSRef.
+#include <CarbonCore/Files.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+
+#include "fs_test_util.h"
+#include "live_objects_test.h"
+#include "support/temp_dir.h"
+
+namespace kc_as_test {
+namespace {
+
+using FSSpecTest = LiveObjectsTest;
+
+std::string SpecName(const FSSpec& spec) {
+  return std::string(reinterpret_cast<const char*>(spec.name + 1), spec.name[0]);
+}
+
+const UInt8* Name(const std::string& pascal) { return reinterpret_cast<const UInt8*>(pascal.data()); }
+
+TEST_F(FSSpecTest, FSMakeFSSpec_MissingLeafIsSpecifiedThenFoundOnceCreated) {
+  kc_test::TempDir dir;
+  FSCatalogInfo folder = InfoOf(RefFor(dir.path()), kFSCatInfoNodeID | kFSCatInfoVolume);
+  // "new é" in Mac OS Roman, where é is 0x8E.
+  const std::string name = Pascal("new \x8E");
+  FSSpec spec;
+  std::memset(&spec, 0, sizeof spec);
+  ASSERT_EQ(fnfErr, FSMakeFSSpec(folder.volume, static_cast<SInt32>(folder.nodeID), Name(name), &spec));
+  EXPECT_EQ(folder.volume, FSVolumeRefNum{spec.vRefNum});
+  EXPECT_EQ(static_cast<SInt32>(folder.nodeID), SInt32{spec.parID});
+  EXPECT_EQ("new \x8E", SpecName(spec));
+  FSRef ref;
+  EXPECT_EQ(fnfErr, FSpMakeFSRef(&spec, &ref));
+
+  WriteFile(dir.file("new \xC3\xA9"), "");
+  ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
+  EXPECT_EQ(Canonical(dir.file("new \xC3\xA9")), PathOf(ref));
+  FSSpec again;
+  EXPECT_EQ(noErr, FSMakeFSSpec(folder.volume, static_cast<SInt32>(folder.nodeID), Name(name), &again));
+  EXPECT_EQ(0, std::memcmp(&spec, &again, sizeof spec));
+}
+
+TEST_F(FSSpecTest, FSGetCatalogInfo_SpecRoundTripsThroughFSpMakeFSRef) {
+  kc_test::TempDir dir;
+  MakeFolder(dir.file("r\xC3\xA9sum\xC3\xA9s"));
+  const std::string file = dir.file("r\xC3\xA9sum\xC3\xA9s/caf\xC3\xA9");
+  WriteFile(file, "x");
+  for (const std::string& path : {file, dir.file("r\xC3\xA9sum\xC3\xA9s")}) {
+    FSRef ref = RefFor(path);
+    FSSpec spec;
+    FSRef parent;
+    ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, &parent));
+    FSCatalogInfo parentInfo = InfoOf(parent, kFSCatInfoNodeID | kFSCatInfoVolume);
+    EXPECT_EQ(static_cast<SInt32>(parentInfo.nodeID), SInt32{spec.parID});
+    EXPECT_EQ(parentInfo.volume, FSVolumeRefNum{spec.vRefNum});
+    FSRef back;
+    ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &back)) << path;
+    EXPECT_EQ(noErr, FSCompareFSRefs(&ref, &back));
+  }
+  FSSpec spec;
+  FSRef ref = RefFor(file);
+  ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+  EXPECT_EQ("caf\x8E", SpecName(spec));
+}
+
+TEST_F(FSSpecTest, FSMakeFSSpec_EmptyNameSpecifiesTheFolderItself) {
+  kc_test::TempDir dir;
+  MakeFolder(dir.file("inner"));
+  FSCatalogInfo outer = InfoOf(RefFor(dir.path()), kFSCatInfoNodeID);
+  FSCatalogInfo inner = InfoOf(RefFor(dir.file("inner")), kFSCatInfoNodeID | kFSCatInfoVolume);
+  FSSpec spec;
+  const std::string empty = Pascal("");
+  ASSERT_EQ(noErr, FSMakeFSSpec(inner.volume, static_cast<SInt32>(inner.nodeID), Name(empty), &spec));
+  EXPECT_EQ(static_cast<SInt32>(outer.nodeID), SInt32{spec.parID});
+  EXPECT_EQ("inner", SpecName(spec));
+  ASSERT_EQ(noErr, FSMakeFSSpec(inner.volume, static_cast<SInt32>(inner.nodeID), nullptr, &spec));
+  FSRef ref;
+  ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
+  EXPECT_EQ(Canonical(dir.file("inner")), PathOf(ref));
+}
+
+TEST_F(FSSpecTest, FSMakeFSSpec_ZeroVolumeAndFolderMeanTheWorkingFolder) {
+  kc_test::TempDir dir;
+  WriteFile(dir.file("here"), "");
+  char saved[4096];
+  ASSERT_NE(nullptr, getcwd(saved, sizeof saved));
+  ASSERT_EQ(0, chdir(dir.path().c_str()));
+  FSSpec spec;
+  const std::string name = Pascal("here");
+  OSErr err = FSMakeFSSpec(0, 0, Name(name), &spec);
+  FSRef ref;
+  OSErr refErr = FSpMakeFSRef(&spec, &ref);
+  ASSERT_EQ(0, chdir(saved));
+  EXPECT_EQ(noErr, err);
+  ASSERT_EQ(noErr, refErr);
+  EXPECT_EQ(Canonical(dir.file("here")), PathOf(ref));
+}
+
+TEST_F(FSSpecTest, FSSpec_OfRootNamesTheVolumeRoot) {
+  FSRef root = RefFor("/");
+  FSSpec spec;
+  ASSERT_EQ(noErr, FSGetCatalogInfo(&root, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+  EXPECT_EQ(1, SInt32{spec.parID});
+  EXPECT_EQ("/", SpecName(spec));
+  FSRef back;
+  ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &back));
+  EXPECT_EQ("/", PathOf(back));
+  EXPECT_EQ(2u, InfoOf(back, kFSCatInfoNodeID).nodeID);
+  // The root folder by its node ID, through a spec with an empty name.
+  const std::string empty = Pascal("");
+  ASSERT_EQ(noErr, FSMakeFSSpec(spec.vRefNum, 2, Name(empty), &spec));
+  EXPECT_EQ(1, SInt32{spec.parID});
+}
+
+TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
+  kc_test::TempDir dir;
+  // No Mac OS Roman form for these characters.
+  WriteFile(dir.file("\xE6\x97\xA5\xE6\x9C\xAC"), "");
+  FSCatalogInfo folder = InfoOf(RefFor(dir.path()), kFSCatInfoNodeID | kFSCatInfoVolume);
+  const SInt32 dirID = static_cast<SInt32>(folder.nodeID);
+  FSSpec spec;
+  const std::string ok = Pascal("ok");
+  EXPECT_EQ(nsvErr, FSMakeFSSpec(12345, dirID, Name(ok), &spec));
+  EXPECT_EQ(dirNFErr, FSMakeFSSpec(folder.volume, 0x7FFFFFF0, Name(ok), &spec));
+  EXPECT_EQ(bdNamErr, FSMakeFSSpec(folder.volume, dirID, Name(Pascal(std::string(64, 'x'))), &spec));
+  EXPECT_EQ(bdNamErr, FSMakeFSSpec(folder.volume, dirID, Name(Pascal("a:b")), &spec));
+  EXPECT_EQ(paramErr, FSMakeFSSpec(folder.volume, dirID, Name(ok), nullptr));
+
+  FSRef ref = RefFor(dir.file("\xE6\x97\xA5\xE6\x9C\xAC"));
+  EXPECT_EQ(bdNamErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+
+  FSSpec bad;
+  std::memset(&bad, 0, sizeof bad);
+  bad.vRefNum = folder.volume;
+  bad.parID = dirID;
+  bad.name[0] = 64;
+  EXPECT_EQ(bdNamErr, FSpMakeFSRef(&bad, &ref));
+  bad.vRefNum = -1;
+  bad.name[0] = 0;
+  EXPECT_EQ(nsvErr, FSpMakeFSRef(&bad, &ref));
+  EXPECT_EQ(paramErr, FSpMakeFSRef(nullptr, &ref));
+  EXPECT_EQ(paramErr, FSpMakeFSRef(&bad, nullptr));
+
+  // A folder ID that now names a file is no folder.
+  MakeFolder(dir.file("gone"));
+  FSCatalogInfo gone = InfoOf(RefFor(dir.file("gone")), kFSCatInfoNodeID);
+  ASSERT_EQ(0, rmdir(dir.file("gone").c_str()));
+  EXPECT_EQ(dirNFErr, FSMakeFSSpec(folder.volume, static_cast<SInt32>(gone.nodeID), Name(ok), &spec));
+}
+
+}  // namespace
+}  // namespace kc_as_test
