@@ -1,0 +1,126 @@
+// SecKeychainRef objects, their registry by path, and their stores.
+#include "keychain_object.h"
+
+#include <CoreFoundation/CFRuntime.h>
+#include <sys/stat.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "unlock_state.h"
+
+namespace secimpl {
+
+namespace {
+
+struct KeychainImpl {
+  std::string path;
+  std::mutex mu;
+  std::unique_ptr<Store> store;
+  dev_t dev = 0;
+  ino_t ino = 0;
+};
+
+struct KeychainObject {
+  CFRuntimeBase base;
+  KeychainImpl* impl;
+};
+
+std::mutex& RegistryMutex() {
+  static std::mutex* m = new std::mutex;
+  return *m;
+}
+
+std::map<std::string, KeychainObject*>& Registry() {
+  static auto* r = new std::map<std::string, KeychainObject*>;
+  return *r;
+}
+
+void FinalizeKeychain(CFTypeRef cf) {
+  auto* obj = static_cast<KeychainObject*>(const_cast<void*>(cf));
+  if (!obj->impl) return;
+  {
+    std::lock_guard<std::mutex> g(RegistryMutex());
+    auto it = Registry().find(obj->impl->path);
+    if (it != Registry().end() && it->second == obj) Registry().erase(it);
+  }
+  delete obj->impl;
+  obj->impl = nullptr;
+}
+
+CFStringRef DescribeKeychain(CFTypeRef cf) {
+  auto* obj = static_cast<const KeychainObject*>(cf);
+  return CFStringCreateWithFormat(kCFAllocatorDefault, nullptr, CFSTR("<SecKeychain %p [%s]>"), cf,
+                                  obj->impl ? obj->impl->path.c_str() : "");
+}
+
+const CFRuntimeClass kKeychainClass = {
+    0, "SecKeychain", nullptr, nullptr, FinalizeKeychain, nullptr, nullptr, nullptr, DescribeKeychain,
+};
+
+KeychainImpl* Impl(SecKeychainRef kc) { return reinterpret_cast<KeychainObject*>(kc)->impl; }
+
+}  // namespace
+
+CFTypeID KeychainTypeID() {
+  static const CFTypeID id = _CFRuntimeRegisterClass(&kKeychainClass);
+  return id;
+}
+
+bool IsKeychain(CFTypeRef cf) { return cf && CFGetTypeID(cf) == KeychainTypeID(); }
+
+SecKeychainRef CopyKeychainForPath(const std::string& path) {
+  CFTypeID type = KeychainTypeID();
+  std::lock_guard<std::mutex> g(RegistryMutex());
+  auto it = Registry().find(path);
+  if (it != Registry().end()) return (SecKeychainRef)CFRetain(it->second);
+  auto* obj = (KeychainObject*)_CFRuntimeCreateInstance(
+      kCFAllocatorDefault, type, sizeof(KeychainObject) - sizeof(CFRuntimeBase), nullptr);
+  if (!obj) return nullptr;
+  obj->impl = new KeychainImpl;
+  obj->impl->path = path;
+  Registry()[path] = obj;
+  return reinterpret_cast<SecKeychainRef>(obj);
+}
+
+const std::string& KeychainPath(SecKeychainRef kc) { return Impl(kc)->path; }
+
+OSStatus WithStore(SecKeychainRef kc, const std::function<OSStatus(Store&)>& fn) {
+  KeychainImpl* k = Impl(kc);
+  std::lock_guard<std::mutex> g(k->mu);
+  struct stat st;
+  if (stat(k->path.c_str(), &st) != 0) {
+    k->store.reset();
+    return errSecNoSuchKeychain;
+  }
+  // A file replaced under the same path is opened afresh.
+  if (k->store && (st.st_dev != k->dev || st.st_ino != k->ino)) k->store.reset();
+  if (!k->store) {
+    std::unique_ptr<Store> s;
+    OSStatus status = Store::Open(k->path, &s);
+    if (status != errSecSuccess) return status;
+    k->store = std::move(s);
+    k->dev = st.st_dev;
+    k->ino = st.st_ino;
+  }
+  return fn(*k->store);
+}
+
+void CloseStore(SecKeychainRef kc) {
+  KeychainImpl* k = Impl(kc);
+  std::lock_guard<std::mutex> g(k->mu);
+  k->store.reset();
+}
+
+std::string ItemBinding(const std::string& uuid, uint32_t itemClass, int64_t id) {
+  std::string ad = "item";
+  ad += uuid;
+  for (int i = 3; i >= 0; --i) ad += char((itemClass >> (8 * i)) & 0xff);
+  for (int i = 7; i >= 0; --i) ad += char((uint64_t(id) >> (8 * i)) & 0xff);
+  return ad;
+}
+
+std::string KeyBinding(const std::string& uuid) { return "keychain-key" + uuid; }
+
+}  // namespace secimpl
