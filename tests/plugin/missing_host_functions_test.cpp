@@ -1,0 +1,220 @@
+// A host that lacks a function the plug-in uses: each step that needs it
+// does nothing, the method still returns (nil, 0 or an empty value), nothing
+// leaks, and the name is asked for again on the next call.
+#include <functional>
+
+#include "plugin_fixture.h"
+
+namespace kc_plugin_test {
+namespace {
+
+constexpr const char *kAddGenericS =
+    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
+    "password as string) as KeychainItemZNQ";
+constexpr const char *kAddGenericM =
+    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
+    "password as memoryblock) as KeychainItemZNQ";
+constexpr const char *kFindGeneric =
+    "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
+    "byref password as memoryblock) as KeychainItemZNQ";
+constexpr const char *kFindGenericItem =
+    "FindGenericItem(keychain as KeychainZNQ, serviceName as string, accountName as string) as "
+    "KeychainItemZNQ";
+constexpr const char *kFromReference =
+    "ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ";
+
+class MissingHostFunctions : public PluginTest {
+ protected:
+  void StartWithout(std::set<std::string> names) {
+    HostOptions options;
+    options.withheld = std::move(names);
+    StartHost(options);
+  }
+
+  // Adds "secret" under service/account in the default keychain with all
+  // host functions present, so the scenarios below have an item to find.
+  void AddSample(const std::string &service) {
+    Value item = Shared(kAddGenericS, {Value(), Text(service), Text("acct"), Text("secret")});
+    ASSERT_EQ(LastError(), 0);
+  }
+  void DeleteSample(const std::string &service) {
+    Value item = Shared(kFindGenericItem, {Value(), Text(service), Text("acct")});
+    if (!item.isNil()) Method(item, "Delete");
+  }
+};
+
+struct Scenario {
+  std::set<std::string> withheld;
+  const char *fallback;
+  std::function<void(MissingHostFunctions &, Host &)> check;
+};
+
+TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
+  AddSample("svc");
+  const std::vector<Scenario> scenarios = {
+      {{"PluginNewInstance"},
+       "methods that make objects return nil, releasing the framework reference",
+       [](MissingHostFunctions &t, Host &h) {
+         EXPECT_TRUE(t.Shared("Default as KeychainZNQ").isNil());
+         EXPECT_EQ(t.LastError(), 0);
+         Value password;
+         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         EXPECT_TRUE(item.isNil());
+         EXPECT_EQ(t.LastError(), 0);
+         EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
+         // Asked again on each call: a failed name is not remembered.
+         const int before = h.LookupCount("PluginNewInstance");
+         t.Shared("Default as KeychainZNQ");
+         EXPECT_EQ(h.LookupCount("PluginNewInstance"), before + 1);
+       }},
+      {{"REALGetRBVersion"}, "layout 9, as for a host with no version",
+       [](MissingHostFunctions &t, Host &h) {
+         EXPECT_EQ(h.announcedLayoutVersion(), 9);
+         EXPECT_EQ(h.Module(kModule)->methods.size(), 14u);
+         EXPECT_EQ(t.Shared("Version as integer").integer() > 0, true);
+       }},
+      {{"RegisterPluginVersion"}, "the records are registered all the same",
+       [](MissingHostFunctions &, Host &h) {
+         EXPECT_NE(h.Module(kModule), nullptr);
+         EXPECT_NE(h.Class("KeychainItemZNQ"), nullptr);
+       }},
+      {{"PluginRegisterModule"}, "no module, the classes still registered",
+       [](MissingHostFunctions &, Host &h) {
+         EXPECT_EQ(h.Module(kModule), nullptr);
+         for (const char *name : {"KeychainZNQ", "KeychainItemZNQ", "KeychainSettingsZNQ", "KeychainSearchZNQ"})
+           EXPECT_NE(h.Class(name), nullptr) << name;
+       }},
+      {{"RuntimeRaiseException"}, "nothing raised, the exception object released",
+       [](MissingHostFunctions &t, Host &h) {
+         EXPECT_TRUE(t.Shared(kFromReference, {Value()}).isNil());
+         EXPECT_FALSE(h.TakeException().has_value());
+         EXPECT_EQ(t.LastError(), -1);
+       }},
+      {{"REALSetPropValueString"}, "the exception is raised without its message",
+       [](MissingHostFunctions &t, Host &h) {
+         t.Shared(kFromReference, {Value()});
+         auto e = h.TakeException();
+         ASSERT_TRUE(e.has_value());
+         EXPECT_EQ(e->className, "NilObjectException");
+         EXPECT_EQ(e->message, "");
+       }},
+      {{"REALBuildString"}, "strings made by the plug-in are nil",
+       [](MissingHostFunctions &t, Host &h) {
+         EXPECT_TRUE(t.Shared("ErrorMessageString(error as integer) as string", {Value::Integer(-25300)}).isNil());
+         t.Shared(kFromReference, {Value()});
+         auto e = h.TakeException();
+         ASSERT_TRUE(e.has_value());
+         EXPECT_EQ(e->message, "");
+       }},
+      {{"REALSetStringEncoding"}, "strings come back untagged",
+       [](MissingHostFunctions &t, Host &h) {
+         Value text = t.Shared("ErrorMessageString(error as integer) as string", {Value::Integer(-25300)});
+         ASSERT_FALSE(text.isNil());
+         EXPECT_EQ(h.StringEncoding(text), kREALEncodingUnknown);
+         Value item = t.Shared(kFindGenericItem, {Value(), t.Text("svc"), t.Text("acct")});
+         ASSERT_FALSE(item.isNil());
+         Value cls = t.Method(item, "ItemClass as string");
+         EXPECT_EQ(h.StringBytes(cls), "genp");
+       }},
+      {{"PluginGetStringData"}, "bytes read through StringGetCString and LenB",
+       [](MissingHostFunctions &t, Host &h) {
+         Value password;
+         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         EXPECT_FALSE(item.isNil());
+         EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
+         EXPECT_GT(h.LookupCount("StringGetCString"), 0);
+       }},
+      {{"PluginGetStringData", "REALLoadGlobalMethod"}, "no way to read bytes: texts are empty",
+       [](MissingHostFunctions &t, Host &) {
+         Value item = t.Shared(kFindGenericItem, {Value(), t.Text("svc"), t.Text("acct")});
+         EXPECT_EQ(t.LastError(), -25300) << "an empty service matches nothing";
+       }},
+      {{"REALGetStringEncoding"}, "every string counts as one of known encoding",
+       [](MissingHostFunctions &t, Host &h) {
+         Value password;
+         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
+       }},
+      {{"newMemoryBlock"}, "OutOfMemoryException, the variable stays nil, the item returned",
+       [](MissingHostFunctions &t, Host &h) {
+         Value password;
+         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         EXPECT_FALSE(item.isNil());
+         EXPECT_TRUE(password.isNil());
+         auto e = h.TakeException();
+         ASSERT_TRUE(e.has_value());
+         EXPECT_EQ(e->className, "OutOfMemoryException");
+         EXPECT_EQ(e->message, "Failed to allocate a memoryblock with 6 bytes in size.");
+         EXPECT_EQ(e->errorNumber, 0);
+       }},
+      {{"memoryBlockGetPtr"}, "a block's bytes read as none",
+       [](MissingHostFunctions &t, Host &h) {
+         Value block = h.MemoryBlock("xyz");
+         Value item = t.Shared(kAddGenericM, {Value(), t.Text("ptr"), t.Text("acct"), block});
+         EXPECT_EQ(t.LastError(), 0);
+         ASSERT_FALSE(item.isNil());
+         // Reading it back needs a block too, which cannot be filled.
+         EXPECT_TRUE(t.Method(item, "Password as memoryblock").isNil());
+         t.Method(item, "Delete");
+       }},
+      {{"memoryBlockGetSize"}, "a block's size reads as 0",
+       [](MissingHostFunctions &t, Host &h) {
+         Value block = h.MemoryBlock("xyz");
+         Value item = t.Shared(kAddGenericM, {Value(), t.Text("size"), t.Text("acct"), block});
+         ASSERT_FALSE(item.isNil());
+         EXPECT_TRUE(t.Method(item, "Password as memoryblock").isNil()) << "an empty password";
+         EXPECT_EQ(t.Property(item, "Lasterror"), 0);
+         t.Method(item, "Delete");
+       }},
+      {{"REALConvertString"}, "an old host cannot convert: texts are empty",
+       [](MissingHostFunctions &t, Host &) {
+         Value item = t.Shared(kFindGenericItem, {Value(), t.Text("svc"), t.Text("acct")});
+         EXPECT_TRUE(item.isNil());
+         EXPECT_EQ(t.LastError(), -25300);
+       }},
+      {{"REALFSRefFromFolderItem"}, "folder items go through an FSSpec",
+       [](MissingHostFunctions &t, Host &h) {
+         Value def = t.Shared("Default as KeychainZNQ");
+         Value path = t.Method(def, "Path as string");
+         Value file = h.FolderItem(h.StringBytes(path));
+         Value opened = t.Shared("Open(file as folderitem) as KeychainZNQ", {file});
+         EXPECT_EQ(t.LastError(), 0);
+         ASSERT_FALSE(opened.isNil());
+         EXPECT_EQ(h.StringBytes(t.Method(opened, "Path as string")), h.StringBytes(path));
+       }},
+      {{"REALFSRefFromFolderItem", "REALFSSpecFromFolderItem"}, "no path: the framework is asked with none",
+       [](MissingHostFunctions &t, Host &h) {
+         Value file = h.FolderItem("/tmp");
+         EXPECT_TRUE(t.Shared("Open(file as folderitem) as KeychainZNQ", {file}).isNil());
+         EXPECT_NE(t.LastError(), -1);
+         EXPECT_NE(t.LastError(), 0);
+       }},
+  };
+
+  for (const Scenario &s : scenarios) {
+    std::string names;
+    for (const auto &n : s.withheld) names += n + " ";
+    SCOPED_TRACE("without " + names + "-> " + s.fallback);
+    HostOptions options;
+    options.withheld = s.withheld;
+    if (s.withheld.count("REALConvertString")) options.version = 2011.9;
+    StartHost(options);
+    s.check(*this, host());
+  }
+  StartHost(HostOptions());
+  DeleteSample("svc");
+}
+
+// Names that resolve are asked for once, however often they are used.
+TEST_F(MissingHostFunctions, ResolvedNamesAreLookedUpOnce) {
+  for (int i = 0; i < 3; ++i) {
+    Value keychain = Shared("Default as KeychainZNQ");
+    ASSERT_FALSE(keychain.isNil());
+    Value path = Method(keychain, "Path as string");
+  }
+  EXPECT_EQ(host().LookupCount("PluginNewInstance"), 1);
+  EXPECT_EQ(host().LookupCount("REALBuildString"), 1);
+}
+
+}  // namespace
+}  // namespace kc_plugin_test

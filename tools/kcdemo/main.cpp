@@ -1,0 +1,214 @@
+// kcdemo: a host program that loads libKeychainManagerZNQ.so and, in the
+// default keychain (created on first use), adds a generic and an internet
+// password, finds them back, reads and changes item attributes, and deletes
+// them, printing each step and its status. The only secrets it prints are
+// its own sample passwords.
+//
+//   kcdemo [path/to/libKeychainManagerZNQ.so]
+#include <limits.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "plugin_host/host.h"
+
+namespace {
+
+using plugin_host::Arg;
+using plugin_host::CallResult;
+using plugin_host::Host;
+using plugin_host::Value;
+
+constexpr const char *kModule = "KeychainManagerZNQ";
+constexpr const char *kService = "kcdemo.example";
+constexpr const char *kServer = "www.example.com";
+constexpr const char *kAccount = "demo-user";
+
+// The plug-in next to this program: bin/../lib.
+std::string DefaultPluginPath() {
+  char self[PATH_MAX];
+  const ssize_t n = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (n <= 0) return "libKeychainManagerZNQ.so";
+  std::string dir(self, static_cast<size_t>(n));
+  dir = dir.substr(0, dir.rfind('/'));
+  return dir.substr(0, dir.rfind('/')) + "/lib/libKeychainManagerZNQ.so";
+}
+
+class Demo {
+ public:
+  explicit Demo(Host &host) : host_(host) {}
+
+  Value Shared(const std::string &declaration, const std::vector<Arg> &args = {}) {
+    return Checked(host_.CallShared(kModule, declaration, args), declaration);
+  }
+  Value Method(const Value &object, const std::string &declaration, const std::vector<Arg> &args = {}) {
+    return Checked(host_.CallMethod(object, declaration, args), declaration);
+  }
+  void Assign(const Value &object, const std::string &declaration, const Value &value) {
+    Checked(host_.AssignMethod(object, declaration, {}, value), declaration);
+  }
+
+  RBInteger LastError() { return host_.GetModuleProperty(kModule, "LastError").value.integer(); }
+  RBInteger ObjectStatus(const Value &object) { return host_.GetProperty(object, "Lasterror").value.integer(); }
+
+  std::string Message(RBInteger status) {
+    Value text = host_.CallShared(kModule, "ErrorMessageString(error as integer) as string",
+                                  {Value::Integer(status)}).value;
+    return text.isNil() ? "" : host_.StringUTF8(text);
+  }
+
+  void Report(const char *step, RBInteger status, const std::string &detail = "") {
+    std::printf("%-44s status %-7ld %s%s%s\n", step, static_cast<long>(status), Message(status).c_str(),
+                detail.empty() ? "" : " | ", detail.c_str());
+    if (status != 0) ++failures_;
+  }
+
+  std::string Text(const Value &s) { return s.isNil() ? "(nil)" : host_.StringUTF8(s); }
+  std::string Bytes(const Value &block) { return block.isNil() ? "(nil)" : host_.MemoryBlockBytes(block); }
+  Value Str(const std::string &s) { return host_.String(s); }
+  Host &host() { return host_; }
+  int failures() const { return failures_; }
+
+ private:
+  Value Checked(CallResult r, const std::string &declaration) {
+    if (!r.ok) {
+      std::fprintf(stderr, "kcdemo: the host refused %s: %s\n", declaration.c_str(), r.error.c_str());
+      ++failures_;
+    }
+    if (auto e = host_.TakeException())
+      std::fprintf(stderr, "kcdemo: %s raised %s: %s\n", declaration.c_str(), e->className.c_str(),
+                   e->message.c_str());
+    return std::move(r.value);
+  }
+
+  Host &host_;
+  int failures_ = 0;
+};
+
+const char *kAddGeneric =
+    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
+    "password as string) as KeychainItemZNQ";
+const char *kAddInternet =
+    "AddInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
+    "accountName as string, path as string, port as integer, protocol as string, "
+    "authenticationType as string, password as memoryblock) as KeychainItemZNQ";
+const char *kFindGeneric =
+    "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
+    "byref password as memoryblock) as KeychainItemZNQ";
+const char *kFindGenericItem =
+    "FindGenericItem(keychain as KeychainZNQ, serviceName as string, accountName as string) as "
+    "KeychainItemZNQ";
+const char *kFindInternet =
+    "FindInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
+    "accountName as string, path as string, port as integer, protocol as string, "
+    "authenticationType as string, byref password as memoryblock) as KeychainItemZNQ";
+const char *kFindInternetItem =
+    "FindInternetItem(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
+    "accountName as string, path as string, port as integer, protocol as string, "
+    "authenticationType as string) as KeychainItemZNQ";
+
+std::vector<Arg> InternetArgs(Demo &d, const Value &keychain, std::vector<Value> &keep) {
+  keep = {d.Str(kServer), d.Str(""), d.Str(kAccount), d.Str("/login"), Value::Integer(443),
+          d.Str("htps"), d.Str("dflt")};
+  std::vector<Arg> args = {keychain};
+  for (const Value &v : keep) args.push_back(v);
+  return args;
+}
+
+// Leftovers of an interrupted run are removed first, so the adds succeed.
+void RemoveLeftovers(Demo &d, const Value &keychain) {
+  Value generic = d.Shared(kFindGenericItem, {keychain, d.Str(kService), d.Str(kAccount)});
+  if (!generic.isNil()) d.Method(generic, "Delete");
+  std::vector<Value> keep;
+  Value internet = d.Shared(kFindInternetItem, InternetArgs(d, keychain, keep));
+  if (!internet.isNil()) d.Method(internet, "Delete");
+}
+
+int Run(Demo &d) {
+  Value keychain = d.Shared("Default as KeychainZNQ");
+  d.Report("Default keychain", d.LastError());
+  if (keychain.isNil()) return 1;
+  Value path = d.Method(keychain, "Path as string");
+  d.Report("  its path", d.ObjectStatus(keychain), d.Text(path));
+  Value name = d.Method(keychain, "Name as string");
+  d.Report("  its name", d.ObjectStatus(keychain), d.Text(name));
+  Value version = d.Shared("Version as integer");
+  d.Report("Keychain Services version", d.LastError(), std::to_string(version.integer()));
+  RemoveLeftovers(d, keychain);
+
+  Value generic = d.Shared(kAddGeneric, {keychain, d.Str(kService), d.Str(kAccount), d.Str("demo-password-1")});
+  d.Report("Add generic password", d.LastError(), std::string(kService) + " / " + kAccount);
+
+  std::vector<Value> keep;
+  std::vector<Arg> internetArgs = InternetArgs(d, keychain, keep);
+  Value secret = d.host().MemoryBlock("demo-password-2");
+  internetArgs.push_back(secret);
+  Value internet = d.Shared(kAddInternet, internetArgs);
+  d.Report("Add internet password", d.LastError(), std::string("https://") + kServer + "/login");
+
+  Value password;
+  Value found = d.Shared(kFindGeneric, {keychain, d.Str(kService), d.Str(kAccount), Arg::ByRef(password)});
+  d.Report("Find generic password", d.LastError(), "password " + d.Bytes(password));
+
+  Value internetPassword;
+  std::vector<Arg> findArgs = InternetArgs(d, keychain, keep);
+  findArgs.push_back(Arg::ByRef(internetPassword));
+  Value foundInternet = d.Shared(kFindInternet, findArgs);
+  d.Report("Find internet password", d.LastError(), "password " + d.Bytes(internetPassword));
+  if (found.isNil() || foundInternet.isNil()) return 1;
+
+  d.Report("  generic item class", d.ObjectStatus(found), d.Text(d.Method(found, "ItemClass as string")));
+  d.Report("  internet item class", d.ObjectStatus(foundInternet),
+           d.Text(d.Method(foundInternet, "ItemClass as string")));
+  d.Report("  account", d.ObjectStatus(found), d.Text(d.Method(found, "Account as string")));
+  d.Report("  service", d.ObjectStatus(found), d.Text(d.Method(found, "Service as string")));
+  d.Report("  server (attribute srvr)", d.ObjectStatus(foundInternet),
+           d.Text(d.Method(foundInternet, "AttributeText(attributeName as string) as string", {d.Str("srvr")})));
+
+  d.Assign(found, "Label as string", d.Str("kcdemo sample"));
+  d.Report("Set label", d.ObjectStatus(found));
+  d.Assign(found, "Comment as string", d.Str("written by kcdemo"));
+  d.Report("Set comment", d.ObjectStatus(found));
+  d.Report("  label now", d.ObjectStatus(found), d.Text(d.Method(found, "Label as string")));
+  d.Report("  comment now", d.ObjectStatus(found), d.Text(d.Method(found, "Comment as string")));
+
+  d.Assign(found, "Password as memoryblock", d.host().MemoryBlock("demo-password-3"));
+  d.Report("Change generic password", d.ObjectStatus(found));
+  Value again = d.Shared(kFindGeneric, {keychain, d.Str(kService), d.Str(kAccount), Arg::ByRef(password)});
+  d.Report("Find it again", d.LastError(), "password " + d.Bytes(password));
+
+  Value reference = d.Method(found, "PersistentReference as Memoryblock");
+  d.Report("Persistent reference", d.ObjectStatus(found), std::to_string(d.Bytes(reference).size()) + " bytes");
+  Value fromReference = d.Shared("ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ", {reference});
+  d.Report("  item from it", d.LastError(), d.Text(d.Method(fromReference, "Label as string")));
+
+  d.Method(found, "Delete");
+  d.Report("Delete generic password", d.ObjectStatus(found));
+  d.Method(foundInternet, "Delete");
+  d.Report("Delete internet password", d.ObjectStatus(foundInternet));
+
+  Value gone = d.Shared(kFindGenericItem, {keychain, d.Str(kService), d.Str(kAccount)});
+  const RBInteger status = d.LastError();
+  std::printf("%-44s status %-7ld %s (expected: not found)\n", "Find deleted generic password",
+              static_cast<long>(status), d.Message(status).c_str());
+  return status == -25300 && d.failures() == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  const std::string pluginPath = argc > 1 ? argv[1] : DefaultPluginPath();
+  Host host;
+  std::string error;
+  if (!host.Load(pluginPath, &error)) {
+    std::fprintf(stderr, "kcdemo: cannot load %s: %s\n", pluginPath.c_str(), error.c_str());
+    return 2;
+  }
+  std::printf("Loaded %s\n", pluginPath.c_str());
+  Demo demo(host);
+  const int result = Run(demo);
+  std::printf(result == 0 ? "All steps succeeded.\n" : "Some steps failed.\n");
+  return result;
+}
