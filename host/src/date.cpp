@@ -1,0 +1,35 @@
+// The built-in Date class: integer fields Year, Month, Day, Hour, Minute and
+// Second, kept as GMT and stored as given (programs and plug-ins set each
+// field by name).
+#include "runtime.h"
+
+namespace plugin_host {
+
+namespace {
+int* Field(ObjState* st, const std::string& name) {
+  if (name == "year") return &st->date.year;
+  if (name == "month") return &st->date.month;
+  if (name == "day") return &st->date.day;
+  if (name == "hour") return &st->date.hour;
+  if (name == "minute") return &st->date.minute;
+  if (name == "second") return &st->date.second;
+  return nullptr;
+}
+}  // namespace
+
+bool DateProperty(ObjState* st, const std::string& name, Value* out) {
+  int* f = Field(st, name);
+  if (f == nullptr) return false;
+  *out = Value::Integer(*f);
+  return true;
+}
+
+bool SetDateProperty(ObjState* st, const std::string& name, const Value& v) {
+  int* f = Field(st, name);
+  int64_t i;
+  if (f == nullptr || !ValueToInt64(v, &i)) return false;
+  *f = static_cast<int>(i);
+  return true;
+}
+
+}  // namespace plugin_host

@@ -1,0 +1,234 @@
+// Objects and classes: the runtime's class table, object creation with
+// zero-filled instance data, locking, destruction and class membership.
+//
+// Released objects and strings are never handed back to the allocator while
+// their Host lives: their records stay as tombstones, so that a late lock or
+// an extra release is recognised and reported instead of touching freed
+// memory.
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime.h"
+
+namespace plugin_host {
+
+namespace {
+Runtime* gCurrent = nullptr;
+}
+
+Runtime* Runtime::Current() { return gCurrent; }
+void Runtime::SetCurrent(Runtime* rt) { gCurrent = rt; }
+
+Runtime::Runtime(HostOptions options) : options_(std::move(options)) {
+  previous_ = gCurrent;
+  gCurrent = this;
+  AddBuiltinClasses();
+}
+
+Runtime::~Runtime() {
+  ClearPending();
+  // Values still held inside live objects refer to records freed below; drop
+  // them without running any plug-in code.
+  for (auto& [p, st] : objects_) {
+    st->entries.clear();
+    st->message = Value();
+    st->boxed = Value();
+  }
+  for (auto& [p, st] : objects_) std::free(st->mem);
+  for (auto& [p, s] : strings_) std::free(s->rec.buffer);
+  objects_.clear();
+  strings_.clear();
+  if (gCurrent == this) gCurrent = previous_;
+}
+
+void Runtime::AddBuiltinClasses() {
+  struct B {
+    const char* name;
+    const char* super;
+    Builtin kind;
+  };
+  static const B kBuiltins[] = {
+      {"Object", "", Builtin::None},
+      {"Dictionary", "Object", Builtin::Dictionary},
+      {"Date", "Object", Builtin::Date},
+      {"MemoryBlock", "Object", Builtin::MemoryBlock},
+      {"FolderItem", "Object", Builtin::FolderItem},
+      {"Variant", "Object", Builtin::Variant},
+      {"Array", "Object", Builtin::Array},
+      {"RuntimeException", "Object", Builtin::Exception},
+      {"NilObjectException", "RuntimeException", Builtin::Exception},
+      {"OutOfMemoryException", "RuntimeException", Builtin::Exception},
+  };
+  for (const B& b : kBuiltins) {
+    auto c = std::make_unique<ClassDef>();
+    c->name = b.name;
+    c->superName = b.super;
+    c->super = b.super[0] ? FindClass(b.super) : nullptr;
+    c->builtin = b.kind;
+    c->info.name = b.name;
+    c->info.superName = b.super;
+    classes_[Lower(b.name)] = std::move(c);
+  }
+  for (const StandInClass& s : options_.standIns) {
+    auto c = std::make_unique<ClassDef>();
+    c->name = s.name;
+    c->superName = "Object";
+    c->super = FindClass("Object");
+    c->builtin = Builtin::StandIn;
+    c->dataSize = s.dataSize;
+    c->standIn = s;
+    c->info.name = s.name;
+    c->info.dataSize = s.dataSize;
+    classes_[Lower(s.name)] = std::move(c);
+  }
+}
+
+ClassDef* Runtime::FindClass(const std::string& name) const {
+  auto it = classes_.find(Lower(name));
+  return it == classes_.end() ? nullptr : it->second.get();
+}
+
+ModuleDef* Runtime::FindModule(const std::string& name) const {
+  auto it = modules_.find(Lower(name));
+  return it == modules_.end() ? nullptr : it->second.get();
+}
+
+void Runtime::Problem(const std::string& text) { problems.push_back(text); }
+
+REALobject Runtime::NewObject(ClassDef* cls) {
+  if (cls == nullptr) return nullptr;
+  size_t data = cls->dataSize;
+  auto* mem = static_cast<unsigned char*>(std::calloc(1, kREALObjectHeaderSize + data + 16));
+  if (mem == nullptr) return nullptr;
+  auto st = std::make_unique<ObjState>();
+  st->rt = this;
+  st->cls = cls;
+  st->mem = mem;
+  st->locks = 1;
+  auto* head = reinterpret_cast<ObjectHead*>(mem);
+  head->state = st.get();
+  head->magic = kObjectMagic;
+  ObjState* raw = st.get();
+  objects_[mem] = std::move(st);
+  ++liveObjects;
+  for (const ClassDef* c = cls; c != nullptr; c = c->super) ++liveByClass[c->name];
+
+  auto* obj = reinterpret_cast<REALobject>(mem);
+  if (cls->builtin == Builtin::StandIn && cls->standIn.writesTag && data >= 3 * sizeof(RBWord)) {
+    RBWord tag = 0x52424346;
+    std::memcpy(mem + kREALObjectHeaderSize + 2 * sizeof(RBWord), &tag, sizeof tag);
+  }
+  if (cls->builtin == Builtin::MemoryBlock) {
+    raw->bytes.reset(new unsigned char[1]());
+  }
+  // Constructors run from the base class down, as each class's part of the
+  // object is set up before the classes built on it.
+  std::vector<const ClassDef*> chain;
+  for (const ClassDef* c = cls; c != nullptr; c = c->super) chain.insert(chain.begin(), c);
+  for (const ClassDef* c : chain) {
+    if (c->constructor != nullptr) c->constructor(obj);
+  }
+  return obj;
+}
+
+REALobject Runtime::NewInstance(const char* className) {
+  if (className == nullptr) return nullptr;
+  ClassDef* cls = FindClass(className);
+  if (cls == nullptr || cls->builtin == Builtin::Array || cls->builtin == Builtin::Variant ||
+      Lower(cls->name) == "object") {
+    return nullptr;
+  }
+  return NewObject(cls);
+}
+
+ObjState* Runtime::State(const void* obj, bool quiet) const {
+  if (obj == nullptr) return nullptr;
+  auto it = objects_.find(obj);
+  if (it == objects_.end()) {
+    if (!quiet) const_cast<Runtime*>(this)->Problem("not a host object: " + std::to_string(reinterpret_cast<uintptr_t>(obj)));
+    return nullptr;
+  }
+  if (it->second->dead) {
+    if (!quiet) const_cast<Runtime*>(this)->Problem("use of a released " + it->second->cls->name);
+    return nullptr;
+  }
+  return it->second.get();
+}
+
+ObjState* Runtime::StateOfKind(const void* obj, Builtin kind) const {
+  ObjState* st = State(obj, true);
+  if (st == nullptr) return nullptr;
+  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
+    if (c->builtin == kind) return st;
+  }
+  return nullptr;
+}
+
+bool Runtime::IsA(const ObjState* st, const ClassDef* cls) const {
+  if (st == nullptr || cls == nullptr) return false;
+  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
+    if (c == cls) return true;
+  }
+  return false;
+}
+
+void Runtime::LockObject(REALobject obj) {
+  if (obj == nullptr) return;
+  auto it = objects_.find(obj);
+  if (it == objects_.end()) {
+    ++badReleases;
+    Problem("lock of a pointer that is not a host object");
+    return;
+  }
+  if (it->second->dead) {
+    ++badReleases;
+    Problem("lock of a released " + it->second->cls->name);
+    return;
+  }
+  ++it->second->locks;
+}
+
+void Runtime::UnlockObject(REALobject obj) {
+  if (obj == nullptr) return;
+  auto it = objects_.find(obj);
+  if (it == objects_.end()) {
+    ++badReleases;
+    Problem("release of a pointer that is not a host object");
+    return;
+  }
+  ObjState* st = it->second.get();
+  if (st->dead || st->locks <= 0) {
+    ++badReleases;
+    Problem("release of a " + st->cls->name + " that had no lock left");
+    return;
+  }
+  if (--st->locks == 0 && !st->destroying) DestroyObject(st);
+}
+
+void Runtime::DestroyObject(ObjState* st) {
+  st->destroying = true;
+  auto* obj = reinterpret_cast<REALobject>(st->mem);
+  // Destructors run from the most derived class up.
+  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
+    if (c->destructor != nullptr) c->destructor(obj);
+    if (c->builtin == Builtin::StandIn) StandInDestroy(st);
+  }
+  if (st->locks > 0) {
+    // A destructor that keeps its object alive is a fault of the plug-in.
+    Problem("destructor of " + st->cls->name + " left it locked");
+  }
+  st->entries.clear();
+  st->message = Value();
+  st->boxed = Value();
+  if (st->cls->builtin == Builtin::Array) {
+    ArrayReleaseElements(this, st);
+    --liveArrays;
+  }
+  st->bytes.reset();
+  st->dead = true;
+  st->locks = 0;
+  --liveObjects;
+  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) --liveByClass[c->name];
+}
+
+}  // namespace plugin_host

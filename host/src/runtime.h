@@ -1,0 +1,319 @@
+// The host runtime's internal model: classes, modules, objects, strings and
+// the state one Host keeps. Shared by the host's source files only.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "host_plugin_interface.h"
+#include "plugin_host/host.h"
+
+namespace plugin_host {
+
+// ---- Declarations ------------------------------------------------------------
+
+// The C type a declared type travels as.
+enum class CType { Void, Word, I8, U8, I16, U16, I32, U32, I64, U64, Float, Double, Bool, Color, Ptr };
+// How a host program's Value maps onto it.
+enum class Category { None, Integer, Boolean, Real, Color, String, Object };
+
+struct TypeRef {
+  std::string name;  // as written, without "()"
+  bool array = false;
+  CType ctype = CType::Void;
+  Category category = Category::None;
+};
+TypeRef ResolveType(const std::string& name, bool array);
+
+struct Param {
+  std::string name;
+  TypeRef type;
+  bool byRef = false;
+  bool assigns = false;
+};
+
+struct Declaration {
+  std::string name;
+  std::vector<Param> params;
+  TypeRef result;  // ctype Void when there is none
+};
+// Parses "Name(a as T, byref b as U, Assigns c as V) as W", "Name as T" and
+// "Name". False for text that is none of these.
+bool ParseDeclaration(const std::string& text, Declaration* out);
+// Same name (any case), same parameter types, passing and result; parameter
+// names do not count.
+bool SameSignature(const Declaration& a, const Declaration& b);
+
+// ---- Classes and modules -------------------------------------------------------
+
+enum class Builtin { None, Dictionary, Date, MemoryBlock, FolderItem, Exception, Variant, Array, StandIn };
+
+struct MethodDef {
+  std::string declaration;
+  Declaration parsed;
+  bool parsedOk = false;
+  void* function = nullptr;
+  void* setter = nullptr;
+  RBWord flags = 0;
+};
+
+struct PropDef {
+  std::string name;
+  TypeRef type;
+  RBWord flags = 0;
+  void* getter = nullptr;  // null: write-only; stored when storedGet
+  void* setter = nullptr;  // null: read-only
+  bool storedGet = false;
+  bool storedSet = false;
+  RBWord param = 0;
+};
+
+struct ClassDef {
+  std::string name;
+  std::string superName;
+  ClassDef* super = nullptr;
+  Builtin builtin = Builtin::None;
+  bool fromPlugin = false;
+  size_t dataSize = 0;
+  void (*constructor)(REALobject) = nullptr;
+  void (*destructor)(REALobject) = nullptr;
+  std::vector<MethodDef> methods;
+  std::vector<PropDef> props;
+  DefinitionInfo info;
+  StandInClass standIn;
+};
+
+struct ModuleDef {
+  std::vector<MethodDef> methods;
+  std::vector<PropDef> props;
+  DefinitionInfo info;
+};
+
+// ---- Objects and strings -------------------------------------------------------
+
+constexpr RBWord kObjectMagic = 0x4F424A31;  // word 1 of every host object
+constexpr RBWord kStringMagic = 0x53545231;
+
+struct ObjState;
+
+// The first 24 bytes of every object; instance data follows.
+struct ObjectHead {
+  ObjState* state;
+  RBWord magic;
+  void* elementStorage;
+};
+static_assert(sizeof(ObjectHead) <= kREALObjectHeaderSize, "object header");
+
+struct ObjState {
+  Runtime* rt = nullptr;
+  ClassDef* cls = nullptr;
+  unsigned char* mem = nullptr;  // the object as plug-ins see it
+  RBInteger locks = 0;
+  bool dead = false;
+  bool destroying = false;
+
+  // Dictionary: entries in insertion order.
+  std::vector<std::pair<Value, Value>> entries;
+  // Date, as GMT fields.
+  DateFields date;
+  // MemoryBlock.
+  std::unique_ptr<unsigned char[]> bytes;
+  RBInteger size = 0;
+  // FolderItem.
+  std::string path;
+  // Exceptions.
+  Value message;
+  RBInteger errorNumber = 0;
+  // Variant boxes.
+  int32_t varType = 0;
+  Value boxed;       // scalar or string
+  std::string text;  // for the type codes held as text only
+  int64_t currency = 0;
+  // Arrays.
+  int elemType = 0;
+  size_t elemSize = 0;
+  RBInteger count = 0;
+  std::vector<unsigned char> elems;
+};
+
+struct StrRec {
+  REALstringRecord rec;  // must stay first: plug-ins read these words
+  RBWord magic;
+  Runtime* rt;
+  bool dead;
+};
+
+// ---- The runtime ---------------------------------------------------------------
+
+class Runtime {
+ public:
+  explicit Runtime(HostOptions options);
+  ~Runtime();
+
+  static Runtime* Current();
+  static void SetCurrent(Runtime* rt);
+
+  const HostOptions& options() const { return options_; }
+
+  // Loading and resolving (loader.cpp)
+  bool Load(const std::string& path, std::string* error);
+  void* Resolve(const char* name);
+  int LookupCount(const std::string& name) const;
+  int announcedLayout = -1;
+
+  // Registration (registration.cpp)
+  void RegisterModule(const RBWord* record);
+  void RegisterClass(RBWord* record);
+  ClassDef* FindClass(const std::string& name) const;  // any case
+  ModuleDef* FindModule(const std::string& name) const;
+  const std::map<std::string, std::unique_ptr<ModuleDef>>& modules() const { return modules_; }
+  const std::map<std::string, std::unique_ptr<ClassDef>>& classes() const { return classes_; }
+
+  // Objects (objects.cpp)
+  REALobject NewObject(ClassDef* cls);  // one lock, constructors run
+  REALobject NewInstance(const char* className);
+  ObjState* State(const void* obj, bool quiet = false) const;  // null unless a live object
+  ObjState* StateOfKind(const void* obj, Builtin kind) const;
+  void LockObject(REALobject obj);
+  void UnlockObject(REALobject obj);
+  bool IsA(const ObjState* st, const ClassDef* cls) const;
+  void Problem(const std::string& text);
+
+  // Strings (strings.cpp)
+  REALstring NewString(const void* bytes, size_t length, uint32_t encoding);
+  StrRec* Str(const void* s, bool quiet = false) const;
+  void LockString(REALstring s);
+  void UnlockString(REALstring s);
+
+  // Exceptions (exceptions.cpp)
+  void Raise(REALobject exc);
+  void ClearPending();
+  std::optional<ExceptionInfo> TakePending();
+
+  // Accounting
+  size_t liveObjects = 0, liveStrings = 0, liveArrays = 0, badReleases = 0;
+  std::vector<std::string> problems;
+  std::map<std::string, size_t> liveByClass;
+
+ private:
+  friend class Host;
+  void AddBuiltinClasses();
+  void DestroyObject(ObjState* st);
+  void DestroyString(StrRec* s);
+
+  HostOptions options_;
+  Runtime* previous_ = nullptr;
+  std::unordered_map<std::string, int> lookups_;
+  std::map<std::string, std::unique_ptr<ClassDef>> classes_;  // key: lower-case name
+  std::map<std::string, std::unique_ptr<ModuleDef>> modules_;
+  std::unordered_map<const void*, std::unique_ptr<ObjState>> objects_;  // live and released
+  std::unordered_map<const void*, std::unique_ptr<StrRec>> strings_;
+  REALobject pending_ = nullptr;
+};
+
+// Makes a runtime the active one for a scope.
+class Activate {
+ public:
+  explicit Activate(Runtime* rt) : prev_(Runtime::Current()) { Runtime::SetCurrent(rt); }
+  ~Activate() { Runtime::SetCurrent(prev_); }
+  Activate(const Activate&) = delete;
+  Activate& operator=(const Activate&) = delete;
+
+ private:
+  Runtime* prev_;
+};
+
+std::string Lower(const std::string& s);
+
+// ---- Text (encoding.cpp) ---------------------------------------------------------
+// Decodes bytes of an encoding into code points; false when they are not
+// valid in it (the unknown encoding decodes only when all bytes are ASCII).
+bool DecodeText(const unsigned char* bytes, size_t n, uint32_t encoding, std::u32string* out);
+// Encodes code points; false when one has no form in the encoding.
+bool EncodeText(const std::u32string& text, uint32_t encoding, std::string* out);
+bool ConvertBytes(const std::string& in, uint32_t from, uint32_t to, std::string* out);
+
+// ---- Host-side helpers used across files ------------------------------------------
+std::string StringBytesOf(REALstring s);
+// Properties by name of any object (properties.cpp); false when there is no
+// such property or the value does not fit it.
+bool GetPropertyValue(Runtime* rt, REALobject obj, const std::string& name, Value* out,
+                      std::string* error);
+bool SetPropertyValue(Runtime* rt, REALobject obj, const std::string& name, const Value& v,
+                      std::string* error);
+bool GetModulePropertyValue(ModuleDef* mod, const std::string& name, Value* out,
+                            std::string* error);
+bool SetModulePropertyValue(ModuleDef* mod, const std::string& name, const Value& v,
+                            std::string* error);
+
+// Calling through libffi (ffi_call.cpp). args point at the values; the result
+// lands in a buffer of at least 16 bytes.
+bool FfiCall(void* fn, CType ret, const std::vector<CType>& argTypes, void** args, void* result);
+// Converts a Value into the C form of a type (in a 16-byte buffer); false
+// when the kinds do not match.
+bool ToC(const Value& v, const TypeRef& type, void* buf, std::string* error);
+// Reads a C result of a type into a Value; handles carry their lock over.
+Value FromC(const TypeRef& type, const void* buf);
+// Converts a Value for the numeric readers of the host functions.
+bool ValueToInt64(const Value& v, int64_t* out);
+bool ValueToDouble(const Value& v, double* out);
+
+// ---- Built-ins (variants.cpp, dictionary.cpp, arrays.cpp, folder_item.cpp) -----------
+REALobject NewVariant(Runtime* rt, int32_t code, Value boxed);
+int32_t VarTypeOf(Runtime* rt, REALobject v);
+Value VariantScalar(Runtime* rt, REALobject v);  // the boxed value (objects: themselves)
+REALstring VariantText(Runtime* rt, REALobject v);  // owned, or null
+bool VariantsEqual(Runtime* rt, const Value& a, const Value& b);
+bool BuiltinProperty(Runtime* rt, ObjState* st, const std::string& name, Value* out);
+bool SetBuiltinProperty(Runtime* rt, ObjState* st, const std::string& name, const Value& v);
+// One pair per built-in class; name is lower-case.
+bool DateProperty(ObjState* st, const std::string& name, Value* out);
+bool SetDateProperty(ObjState* st, const std::string& name, const Value& v);
+bool ExceptionProperty(ObjState* st, const std::string& name, Value* out);
+bool SetExceptionProperty(ObjState* st, const std::string& name, const Value& v);
+bool MemoryBlockProperty(ObjState* st, const std::string& name, Value* out);
+bool DictionaryProperty(ObjState* st, const std::string& name, Value* out);
+bool VariantProperty(Runtime* rt, ObjState* st, const std::string& name, Value* out);
+bool FolderItemProperty(Runtime* rt, ObjState* st, const std::string& name, Value* out);
+void* BuiltinObjectMethod(ObjState* st, const Declaration& decl);
+void* GlobalMethod(const Declaration& decl);
+
+REALarray NewArray(Runtime* rt, int elementType, RBInteger upperBound);
+bool ArraySetFromValue(Runtime* rt, ObjState* arr, RBInteger index, const Value& v);
+Value ArrayGetValue(Runtime* rt, ObjState* arr, RBInteger index);
+void ArrayReleaseElements(Runtime* rt, ObjState* arr);
+int ArrayVariantCode(int elementType);
+
+void DictionarySetEntry(Runtime* rt, ObjState* d, const Value& key, const Value& value);
+void StandInDestroy(ObjState* st);
+
+REALobject NewFolderItem(Runtime* rt, const std::string& path);
+REALobject NewMemoryBlock(Runtime* rt, const void* bytes, size_t n);
+void* LenBMethod();     // "LenB( s as string ) as integer"
+void* VarTypeMethod();  // "VarType(value As Variant) As Int32"
+void* DictionaryMethod(const Declaration& decl);
+void* FolderItemMethod(const Declaration& decl);
+
+// The host functions the resolver serves, by name; each topic's file adds
+// its own (host_functions.cpp gathers them).
+using FunctionTable = std::unordered_map<std::string, void*>;
+void* HostFunction(const std::string& name);
+void AddRegistrationFunctions(FunctionTable* t);
+void AddObjectFunctions(FunctionTable* t);
+void AddPropertyFunctions(FunctionTable* t);
+void AddStringFunctions(FunctionTable* t);
+void AddMemoryBlockFunctions(FunctionTable* t);
+void AddArrayFunctions(FunctionTable* t);
+void AddVariantFunctions(FunctionTable* t);
+void AddExceptionFunctions(FunctionTable* t);
+void AddMethodLoadingFunctions(FunctionTable* t);
+void AddPlatformFunctions(FunctionTable* t);  // folder items, CoreFoundation strings
+
+}  // namespace plugin_host

@@ -1,0 +1,188 @@
+// Host strings: reference-counted records tagged with an encoding, laid out so
+// that plug-ins may read the buffer (text at buffer + 1) and the byte length
+// directly, and the string host functions.
+#include <cstdlib>
+#include <cstring>
+
+#include "runtime.h"
+
+namespace plugin_host {
+
+namespace {
+// Marks a REALstringData that this host filled (word 3 is the host's own).
+constexpr RBWord kStringDataMark = 0x53444154;
+}  // namespace
+
+REALstring Runtime::NewString(const void* bytes, size_t length, uint32_t encoding) {
+  // One leading byte before the text, four zero bytes after it, so that every
+  // view of the text, wide ones included, ends terminated.
+  auto* buf = static_cast<unsigned char*>(std::calloc(1, length + 5));
+  if (buf == nullptr) return nullptr;
+  if (length > 0) std::memcpy(buf + 1, bytes, length);
+  buf[0] = static_cast<unsigned char>(length > 255 ? 255 : length);
+  auto s = std::make_unique<StrRec>();
+  s->rec.refCount = 1;
+  s->rec.buffer = buf;
+  s->rec.allocated = length + 5;
+  s->rec.length = length;
+  s->rec.encoding = encoding;
+  s->magic = kStringMagic;
+  s->rt = this;
+  s->dead = false;
+  auto* handle = reinterpret_cast<REALstring>(s.get());
+  strings_[handle] = std::move(s);
+  ++liveStrings;
+  return handle;
+}
+
+StrRec* Runtime::Str(const void* s, bool quiet) const {
+  if (s == nullptr) return nullptr;
+  auto it = strings_.find(s);
+  if (it == strings_.end() || it->second->dead) {
+    if (!quiet) {
+      const_cast<Runtime*>(this)->Problem(it == strings_.end() ? "not a host string"
+                                                               : "use of a released string");
+    }
+    return nullptr;
+  }
+  return it->second.get();
+}
+
+void Runtime::LockString(REALstring s) {
+  if (s == nullptr) return;
+  auto it = strings_.find(s);
+  if (it == strings_.end() || it->second->dead) {
+    ++badReleases;
+    Problem("lock of a string that is not live");
+    return;
+  }
+  ++it->second->rec.refCount;
+}
+
+void Runtime::UnlockString(REALstring s) {
+  if (s == nullptr) return;
+  auto it = strings_.find(s);
+  if (it == strings_.end()) {
+    ++badReleases;
+    Problem("release of a pointer that is not a host string");
+    return;
+  }
+  StrRec* r = it->second.get();
+  if (r->dead || r->rec.refCount == 0) {
+    ++badReleases;
+    Problem("release of a string that had no lock left");
+    return;
+  }
+  if (--r->rec.refCount == 0) DestroyString(r);
+}
+
+void Runtime::DestroyString(StrRec* s) {
+  s->dead = true;
+  --liveStrings;
+}
+
+std::string StringBytesOf(REALstring s) {
+  if (s == nullptr) return std::string();
+  auto* r = reinterpret_cast<StrRec*>(s);
+  return std::string(reinterpret_cast<const char*>(r->rec.buffer + 1), r->rec.length);
+}
+
+namespace {
+
+StrRec* LiveStr(REALstring s) {
+  Runtime* rt = Runtime::Current();
+  return rt ? rt->Str(s) : nullptr;
+}
+
+REALstring HostBuildString(const void* bytes, RBInteger n) {
+  Runtime* rt = Runtime::Current();
+  if (rt == nullptr || n < 0 || (bytes == nullptr && n > 0)) return nullptr;
+  return rt->NewString(bytes, static_cast<size_t>(n), kREALEncodingUnknown);
+}
+
+void HostSetStringEncoding(REALstring s, uint32_t encoding) {
+  if (StrRec* r = LiveStr(s)) r->rec.encoding = encoding;
+}
+
+uint32_t HostGetStringEncoding(REALstring s) {
+  StrRec* r = LiveStr(s);
+  return r ? static_cast<uint32_t>(r->rec.encoding) : kREALEncodingUnknown;
+}
+
+REALstring HostConvertString(REALstring s, uint32_t encoding) {
+  StrRec* r = LiveStr(s);
+  if (r == nullptr) return nullptr;
+  std::string out;
+  if (!ConvertBytes(StringBytesOf(s), static_cast<uint32_t>(r->rec.encoding), encoding, &out)) {
+    return nullptr;
+  }
+  return r->rt->NewString(out.data(), out.size(), encoding);
+}
+
+void HostLockString(REALstring s) {
+  if (Runtime* rt = Runtime::Current()) rt->LockString(s);
+}
+
+void HostUnlockString(REALstring s) {
+  if (Runtime* rt = Runtime::Current()) rt->UnlockString(s);
+}
+
+RBBoolean HostGetStringData(REALstring s, uint32_t encoding, REALstringData* out) {
+  if (out == nullptr) return 0;
+  std::memset(out, 0, sizeof *out);
+  StrRec* r = LiveStr(s);
+  if (r == nullptr) return 0;
+  std::string bytes = StringBytesOf(s);
+  std::string converted;
+  if (encoding != kREALEncodingUnknown && encoding != r->rec.encoding) {
+    if (!ConvertBytes(bytes, static_cast<uint32_t>(r->rec.encoding), encoding, &converted)) return 0;
+    bytes.swap(converted);
+  }
+  auto* data = static_cast<unsigned char*>(std::calloc(1, bytes.size() + 4));
+  if (data == nullptr) return 0;
+  if (!bytes.empty()) std::memcpy(data, bytes.data(), bytes.size());
+  out->data = data;
+  out->length = static_cast<RBInteger>(bytes.size());
+  out->encoding = encoding;
+  out->hostWord3 = kStringDataMark;
+  return 1;
+}
+
+void HostDisposeStringData(REALstringData* d) {
+  if (d == nullptr) return;
+  if (d->hostWord3 == kStringDataMark) {
+    std::free(const_cast<void*>(d->data));
+  } else if (d->data != nullptr) {
+    if (Runtime* rt = Runtime::Current()) rt->Problem("disposal of string data this host did not fill");
+  }
+  std::memset(d, 0, sizeof *d);
+}
+
+const char* HostStringGetCString(REALstring s) {
+  StrRec* r = LiveStr(s);
+  return r ? reinterpret_cast<const char*>(r->rec.buffer + 1) : nullptr;
+}
+
+// "LenB( s as string ) as integer", loadable with "REALLoadGlobalMethod".
+RBInteger LenB(REALstring s) {
+  StrRec* r = LiveStr(s);
+  return r ? static_cast<RBInteger>(r->rec.length) : 0;
+}
+
+}  // namespace
+
+void* LenBMethod() { return reinterpret_cast<void*>(&LenB); }
+
+void AddStringFunctions(FunctionTable* t) {
+  (*t)["REALBuildString"] = reinterpret_cast<void*>(&HostBuildString);
+  (*t)["REALSetStringEncoding"] = reinterpret_cast<void*>(&HostSetStringEncoding);
+  (*t)["REALGetStringEncoding"] = reinterpret_cast<void*>(&HostGetStringEncoding);
+  (*t)["REALConvertString"] = reinterpret_cast<void*>(&HostConvertString);
+  (*t)["REALLockString"] = reinterpret_cast<void*>(&HostLockString);
+  (*t)["REALUnlockString"] = reinterpret_cast<void*>(&HostUnlockString);
+  (*t)["PluginGetStringData"] = reinterpret_cast<void*>(&HostGetStringData);
+  (*t)["PluginDisposeStringData"] = reinterpret_cast<void*>(&HostDisposeStringData);
+  (*t)["StringGetCString"] = reinterpret_cast<void*>(&HostStringGetCString);
+}
+
+}  // namespace plugin_host

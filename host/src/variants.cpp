@@ -1,0 +1,248 @@
+// Variants: boxes for scalars and strings (objects are their own variants),
+// their type codes, conversions, accessor properties, equality as dictionary
+// keys use it, and the variant host functions.
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+
+#include "runtime.h"
+
+namespace plugin_host {
+
+REALobject NewVariant(Runtime* rt, int32_t code, Value boxed) {
+  REALobject o = rt->NewObject(rt->FindClass("Variant"));
+  if (ObjState* st = rt->State(o)) {
+    st->varType = code;
+    st->boxed = std::move(boxed);
+  }
+  return o;
+}
+
+int32_t VarTypeOf(Runtime* rt, REALobject v) {
+  ObjState* st = rt->State(v, true);
+  if (st == nullptr) return kREALVarNil;
+  if (rt->StateOfKind(v, Builtin::Variant)) return st->varType;
+  if (rt->StateOfKind(v, Builtin::Date)) return kREALVarDate;
+  if (rt->StateOfKind(v, Builtin::Array)) return ArrayVariantCode(st->elemType);
+  return kREALVarObject;
+}
+
+Value VariantScalar(Runtime* rt, REALobject v) {
+  ObjState* st = rt->StateOfKind(v, Builtin::Variant);
+  if (st == nullptr) return Value::RetainObject(rt->State(v, true) ? v : nullptr);
+  switch (st->varType) {
+    case kREALVarInt32:
+    case kREALVarInt64:
+    case kREALVarSingle:
+    case kREALVarDouble:
+    case kREALVarString:
+    case kREALVarBoolean:
+    case kREALVarColor:
+    case kREALVarObject: return st->boxed;
+    case kREALVarCurrency: return Value::Double(static_cast<double>(st->currency) / 10000.0);
+    default:
+      // The type codes held as text only.
+      return Value::AdoptString(rt->NewString(st->text.data(), st->text.size(), kREALEncodingUTF8));
+  }
+}
+
+namespace {
+
+std::string FormatDouble(double d) {
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%.15g", d);
+  return buf;
+}
+
+// The text a variant converts to; false when it has none (objects).
+bool TextOf(Runtime* rt, REALobject v, Value* asString, std::string* text) {
+  ObjState* st = rt->State(v, true);
+  if (st == nullptr) return false;
+  if (ObjState* d = rt->StateOfKind(v, Builtin::Date)) {
+    char buf[64];
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d->date.year, d->date.month,
+                  d->date.day, d->date.hour, d->date.minute, d->date.second);
+    *text = buf;
+    return true;
+  }
+  if (!rt->StateOfKind(v, Builtin::Variant)) return false;
+  Value s = VariantScalar(rt, v);
+  char buf[64];
+  switch (s.kind()) {
+    case Kind::String:
+      *asString = s;
+      return true;
+    case Kind::Nil: *text = ""; return true;
+    case Kind::Integer:
+    case Kind::Int32:
+    case Kind::Int64:
+      std::snprintf(buf, sizeof buf, "%" PRId64, s.int64());
+      *text = buf;
+      return true;
+    case Kind::Single:
+    case Kind::Double: *text = FormatDouble(s.real()); return true;
+    case Kind::Boolean: *text = s.boolean() ? "True" : "False"; return true;
+    case Kind::Color:
+      std::snprintf(buf, sizeof buf, "&c%06X", static_cast<unsigned>(s.color()) & 0xFFFFFFu);
+      *text = buf;
+      return true;
+    case Kind::Object: return false;
+  }
+  return false;
+}
+
+bool NumberOf(Runtime* rt, REALobject v, double* d, int64_t* i) {
+  ObjState* st = rt->StateOfKind(v, Builtin::Variant);
+  if (st == nullptr) return false;
+  if (st->varType == kREALVarCurrency) {
+    *i = st->currency / 10000;
+    *d = static_cast<double>(st->currency) / 10000.0;
+    return true;
+  }
+  Value s = VariantScalar(rt, v);
+  if (s.kind() == Kind::String) {
+    std::string utf8;
+    StrRec* r = rt->Str(s.string(), true);
+    if (!ConvertBytes(StringBytesOf(s.string()), r ? static_cast<uint32_t>(r->rec.encoding) : 0,
+                      kREALEncodingUTF8, &utf8)) {
+      return false;
+    }
+    *d = std::strtod(utf8.c_str(), nullptr);
+    *i = std::strtoll(utf8.c_str(), nullptr, 10);
+    return true;
+  }
+  if (s.kind() == Kind::Single || s.kind() == Kind::Double) {
+    *d = s.real();
+    *i = static_cast<int64_t>(s.real());
+    return true;
+  }
+  if (!ValueToInt64(s, i)) return false;
+  *d = static_cast<double>(*i);
+  return true;
+}
+
+}  // namespace
+
+REALstring VariantText(Runtime* rt, REALobject v) {
+  Value s;
+  std::string text;
+  if (!TextOf(rt, v, &s, &text)) return nullptr;
+  if (s.kind() == Kind::String) return s.releaseString();
+  return rt->NewString(text.data(), text.size(), kREALEncodingUTF8);
+}
+
+bool VariantsEqual(Runtime* rt, const Value& a0, const Value& b0) {
+  Value a = a0.kind() == Kind::Object ? VariantScalar(rt, a0.object()) : a0;
+  Value b = b0.kind() == Kind::Object ? VariantScalar(rt, b0.object()) : b0;
+  if (a.isNil() || b.isNil()) return a.isNil() && b.isNil();
+  if (a.kind() == Kind::Object || b.kind() == Kind::Object) return a.object() == b.object();
+  if (a.kind() == Kind::String || b.kind() == Kind::String) {
+    if (a.kind() != b.kind()) return false;
+    std::string x, y;
+    StrRec* ra = rt->Str(a.string(), true);
+    StrRec* rb = rt->Str(b.string(), true);
+    if (!ra || !rb) return false;
+    if (!ConvertBytes(StringBytesOf(a.string()), static_cast<uint32_t>(ra->rec.encoding), kREALEncodingUTF8, &x)) x = StringBytesOf(a.string());
+    if (!ConvertBytes(StringBytesOf(b.string()), static_cast<uint32_t>(rb->rec.encoding), kREALEncodingUTF8, &y)) y = StringBytesOf(b.string());
+    return x == y;
+  }
+  if (a.kind() == Kind::Boolean || b.kind() == Kind::Boolean) {
+    return a.kind() == b.kind() && a.boolean() == b.boolean();
+  }
+  double x, y;
+  if (!ValueToDouble(a, &x) || !ValueToDouble(b, &y)) return false;
+  return x == y;
+}
+
+bool VariantProperty(Runtime* rt, ObjState* st, const std::string& name, Value* out) {
+  auto* v = reinterpret_cast<REALobject>(st->mem);
+  double d = 0;
+  int64_t i = 0;
+  bool num = NumberOf(rt, v, &d, &i);
+  if (name == "type") {
+    *out = Value::Int32(st->varType);
+  } else if (name == "stringvalue") {
+    *out = Value::AdoptString(VariantText(rt, v));
+  } else if (name == "int32value" || name == "integervalue" || name == "colorvalue") {
+    *out = name == "int32value" ? Value::Int32(static_cast<int32_t>(i)) : Value::Integer(static_cast<RBInteger>(i));
+    if (name == "colorvalue") *out = Value::Color(static_cast<RBColor>(i));
+  } else if (name == "int64value" || name == "longvalue") {
+    *out = Value::Int64(i);
+  } else if (name == "singlevalue") {
+    *out = Value::Single(static_cast<float>(d));
+  } else if (name == "doublevalue" || name == "currencyvalue") {
+    *out = Value::Double(d);
+  } else if (name == "booleanvalue") {
+    *out = Value::Boolean(i != 0);
+  } else {
+    return false;
+  }
+  (void)num;
+  return true;
+}
+
+namespace {
+
+REALobject HostStringToVariant(REALstring s) {
+  Runtime* rt = Runtime::Current();
+  return rt ? NewVariant(rt, kREALVarString, Value::RetainString(rt->Str(s) ? s : nullptr)) : nullptr;
+}
+REALobject HostInt32ToVariant(int32_t v) {
+  Runtime* rt = Runtime::Current();
+  return rt ? NewVariant(rt, kREALVarInt32, Value::Int32(v)) : nullptr;
+}
+REALobject HostInt64ToVariant(int64_t v) {
+  Runtime* rt = Runtime::Current();
+  return rt ? NewVariant(rt, kREALVarInt64, Value::Int64(v)) : nullptr;
+}
+REALobject HostDoubleToVariant(double v) {
+  Runtime* rt = Runtime::Current();
+  return rt ? NewVariant(rt, kREALVarDouble, Value::Double(v)) : nullptr;
+}
+REALobject HostBooleanToVariant(RBBoolean v) {
+  Runtime* rt = Runtime::Current();
+  return rt ? NewVariant(rt, kREALVarBoolean, Value::Boolean(v != 0)) : nullptr;
+}
+
+REALstring HostVariantToString(REALobject v) {
+  Runtime* rt = Runtime::Current();
+  return rt ? VariantText(rt, v) : nullptr;
+}
+
+template <typename T>
+T Number(REALobject v, bool real) {
+  Runtime* rt = Runtime::Current();
+  double d = 0;
+  int64_t i = 0;
+  if (rt == nullptr || !NumberOf(rt, v, &d, &i)) return T(0);
+  return real ? static_cast<T>(d) : static_cast<T>(i);
+}
+int32_t HostVariantToInt32(REALobject v) { return Number<int32_t>(v, false); }
+int64_t HostVariantToInt64(REALobject v) { return Number<int64_t>(v, false); }
+float HostVariantToSingle(REALobject v) { return Number<float>(v, true); }
+double HostVariantToDouble(REALobject v) { return Number<double>(v, true); }
+
+// "VarType(value As Variant) As Int32", loadable with "REALLoadGlobalMethod".
+int32_t VarType(REALobject v) {
+  Runtime* rt = Runtime::Current();
+  return rt ? VarTypeOf(rt, v) : 0;
+}
+
+}  // namespace
+
+void* VarTypeMethod() { return reinterpret_cast<void*>(&VarType); }
+
+void AddVariantFunctions(FunctionTable* t) {
+  (*t)["StringToVariant"] = reinterpret_cast<void*>(&HostStringToVariant);
+  (*t)["Int32ToVariant"] = reinterpret_cast<void*>(&HostInt32ToVariant);
+  (*t)["Int64ToVariant"] = reinterpret_cast<void*>(&HostInt64ToVariant);
+  (*t)["DoubleToVariant"] = reinterpret_cast<void*>(&HostDoubleToVariant);
+  (*t)["BooleanToVariant"] = reinterpret_cast<void*>(&HostBooleanToVariant);
+  (*t)["VariantToString"] = reinterpret_cast<void*>(&HostVariantToString);
+  (*t)["VariantToInt32"] = reinterpret_cast<void*>(&HostVariantToInt32);
+  (*t)["VariantToInt64"] = reinterpret_cast<void*>(&HostVariantToInt64);
+  (*t)["VariantToSingle"] = reinterpret_cast<void*>(&HostVariantToSingle);
+  (*t)["VariantToDouble"] = reinterpret_cast<void*>(&HostVariantToDouble);
+}
+
+}  // namespace plugin_host
