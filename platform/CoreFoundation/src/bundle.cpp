@@ -82,6 +82,7 @@ CFBundleRef CFBundleGetMainBundle(void) {
     // Lives as long as the process, like the objects it holds.
     MakeImmortal(b);
     MakeImmortal(b->impl.url);
+    MakeImmortal(CFURLGetString(b->impl.url));
     MakeImmortal(b->impl.info);
     main = b;
   });
