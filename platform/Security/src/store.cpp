@@ -1,8 +1,10 @@
 // SQLite storage of one keychain file.
 //
-// Durability: the database runs in WAL mode with synchronous=FULL, and every
-// change is one transaction, so an add that returned success is on disk
-// before the call returns and survives the process (or the machine) dying.
+// Durability: the database runs in WAL mode with synchronous=NORMAL and every
+// change is one transaction. A commit is in the write-ahead log (the
+// operating system's file cache) before the call returns, so an add that
+// returned success survives the process being killed at any point; a power
+// failure may lose the last commits but never leaves a damaged file.
 // Several processes share a file through SQLite's locking; writers take the
 // write lock up front (BEGIN IMMEDIATE) and wait up to kBusyTimeoutMs.
 #include "store.h"
@@ -88,7 +90,7 @@ int MapSqlite(int code) {
 
 void Configure(sqlite3* db) {
   sqlite3_busy_timeout(db, kBusyTimeoutMs);
-  sqlite3_exec(db, "PRAGMA synchronous=FULL; PRAGMA secure_delete=ON;", nullptr, nullptr, nullptr);
+  sqlite3_exec(db, "PRAGMA synchronous=NORMAL; PRAGMA secure_delete=ON;", nullptr, nullptr, nullptr);
 }
 
 }  // namespace
