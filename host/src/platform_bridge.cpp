@@ -167,11 +167,17 @@ void StandInDestroy(ObjState* st) {
 }
 
 void AddPlatformFunctions(FunctionTable* t) {
+  (*t)["REALGetStringCFString"] = reinterpret_cast<void*>(&HostGetStringCFString);
+  // The File Manager is linked weakly: without it the host offers no
+  // folder-item records.
+  if (&FSPathMakeRef == nullptr || &FSRefMakePath == nullptr || &FSGetCatalogInfo == nullptr ||
+      &FSMakeFSSpec == nullptr || &FSpMakeFSRef == nullptr) {
+    return;
+  }
   (*t)["REALFSRefFromFolderItem"] = reinterpret_cast<void*>(&HostFSRefFromFolderItem);
   (*t)["REALFSSpecFromFolderItem"] = reinterpret_cast<void*>(&HostFSSpecFromFolderItem);
   (*t)["REALFolderItemFromParentFSRef"] = reinterpret_cast<void*>(&HostFolderItemFromParentFSRef);
   (*t)["FolderItemFromFSSpec"] = reinterpret_cast<void*>(&HostFolderItemFromFSSpec);
-  (*t)["REALGetStringCFString"] = reinterpret_cast<void*>(&HostGetStringCFString);
 }
 
 }  // namespace plugin_host

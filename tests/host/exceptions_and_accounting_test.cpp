@@ -1,0 +1,110 @@
+// Exceptions kept pending until the plug-in returns, withheld host names and
+// look-up counts, and the accounting that catches a leak and a double
+// release.
+#include "probe_host.h"
+
+namespace host_test {
+namespace {
+
+using ExceptionsAndAccounting = ProbeTest;
+
+TEST_F(ExceptionsAndAccounting, RaisedExceptionsAreDeliveredAfterTheCall) {
+  const char* kRaise = "Raise(className as string, message as string, number as integer)";
+  const struct {
+    const char* asked;
+    const char* got;
+  } kCases[] = {
+      {"NilObjectException", "NilObjectException"},
+      {"OutOfMemoryException", "OutOfMemoryException"},
+      {"ProbeError", "ProbeError"},            // the plug-in's own subclass
+      {"NoSuchException", "RuntimeException"},  // unknown: the plug-in falls back
+  };
+  for (const auto& c : kCases) {
+    Shared(kRaise, {Text(c.asked), Text("query is nil"), Value::Integer(-25300)});
+    auto e = host().TakeException();
+    ASSERT_TRUE(e.has_value()) << c.asked;
+    EXPECT_EQ(e->className, c.got);
+    EXPECT_EQ(e->message, "query is nil");
+    EXPECT_EQ(e->errorNumber, -25300);
+    EXPECT_FALSE(host().TakeException().has_value());  // handed over once
+  }
+  // The first exception of a call is the one delivered; the later one is
+  // released by the plug-in like any value it made.
+  Shared("RaiseTwice");
+  auto e = host().TakeException();
+  ASSERT_TRUE(e.has_value());
+  EXPECT_EQ(e->message, "first");
+  // An exception nobody took is dropped when the next call starts.
+  Shared(kRaise, {Text("RuntimeException"), Text("x"), Value::Integer(0)});
+  EXPECT_EQ(Int("Constructed as integer"), 0);
+  EXPECT_FALSE(host().TakeException().has_value());
+  EXPECT_EQ(host().LiveObjects(), 0u);
+}
+
+TEST_F(ExceptionsAndAccounting, UnknownClassesGiveNilAndClassTestsWork) {
+  EXPECT_TRUE(Shared("Make(className as string) as Object", {Text("NoSuchClass")}).isNil());
+  EXPECT_TRUE(Shared("Make(className as string) as Object", {Text("Variant")}).isNil());
+  Value e = Shared("Make(className as string) as Object", {Text("ProbeError")});
+  const char* kIsA = "IsA(o as Object, className as string) as boolean";
+  EXPECT_TRUE(Shared(kIsA, {e, Text("RuntimeException")}).boolean());
+  EXPECT_TRUE(Shared(kIsA, {e, Text("ProbeError")}).boolean());
+  EXPECT_FALSE(Shared(kIsA, {e, Text("NilObjectException")}).boolean());
+  EXPECT_FALSE(Shared(kIsA, {e, Text("NoSuchClass")}).boolean());
+  EXPECT_FALSE(Shared(kIsA, {Value(), Text("ProbeError")}).boolean());
+  Value m = host().MemoryBlock("x");
+  EXPECT_TRUE(Shared(kIsA, {m, Text("MemoryBlock")}).boolean());
+}
+
+TEST_F(ExceptionsAndAccounting, WithheldNamesResolveToNullAndAreAskedAgain) {
+  HostOptions opt;
+  opt.withheld = {"PluginNewInstance", "REALLockString"};
+  StartHost(opt);
+  Value s = Text("x");
+  EXPECT_TRUE(Shared("Make(className as string) as Object", {Text("ProbeThing")}).isNil());
+  EXPECT_TRUE(Shared("Make(className as string) as Object", {Text("ProbeThing")}).isNil());
+  EXPECT_EQ(host().LookupCount("PluginNewInstance"), 2);
+  // A name that resolves is asked for once and then kept.
+  Shared("Encoding(s as string) as integer", {s});
+  Shared("Encoding(s as string) as integer", {s});
+  EXPECT_EQ(host().LookupCount("REALGetStringEncoding"), 1);
+  EXPECT_EQ(host().Resolve("REALLockString"), nullptr);
+  EXPECT_NE(host().Resolve("REALUnlockString"), nullptr);
+  EXPECT_EQ(host().Resolve("NoSuchHostFunction"), nullptr);
+  EXPECT_EQ(host().LookupCount("NoSuchHostFunction"), 1);
+}
+
+TEST_F(ExceptionsAndAccounting, TheAccountingCatchesALeakAndADoubleRelease) {
+  Shared("Leak(className as string)", {Text("ProbeThing")});
+  Shared("LeakString(text as string)", {Text("kept")});
+  EXPECT_EQ(host().LiveInstances("ProbeThing"), 1u);
+  EXPECT_EQ(host().LiveObjects(), 1u);
+  EXPECT_EQ(host().LiveStrings(), 1u);
+
+  Value t = host().NewInstance("ProbeThing");
+  Shared("Hold(o as Object)", {t});
+  EXPECT_EQ(host().LockCount(t), 2);
+  Shared("ReleaseHeld");
+  EXPECT_EQ(host().LockCount(t), 1);
+  // Releasing twice what it holds once: the object goes with the first, the
+  // second is reported and ignored, and the caller's own release then too.
+  Shared("ReleaseTwice(o as Object)", {t});
+  EXPECT_EQ(host().BadReleases(), 1u);
+  EXPECT_EQ(host().LockCount(t), -1);
+  t.reset();
+  EXPECT_EQ(host().BadReleases(), 2u);
+  ASSERT_FALSE(host().Problems().empty());
+  EXPECT_NE(host().Problems().back().find("no lock left"), std::string::npos);
+  // Releasing something that was never a host value is reported as well.
+  int local = 0;
+  auto unlock = reinterpret_cast<REALUnlockObject_fn>(host().Resolve("REALUnlockObject"));
+  unlock(reinterpret_cast<REALobject>(&local));
+  EXPECT_EQ(host().BadReleases(), 3u);
+  unlock(nullptr);  // nil is no fault
+  EXPECT_EQ(host().BadReleases(), 3u);
+
+  // The leaks were deliberate: a fresh host for the fixture's final checks.
+  StartHost(HostOptions());
+}
+
+}  // namespace
+}  // namespace host_test
