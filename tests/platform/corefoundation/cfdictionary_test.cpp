@@ -31,6 +31,27 @@ TEST_F(CFDictionaries, NumberOneAndStringOneAreTwoKeys) {
   CFRelease(d);
 }
 
+TEST_F(CFDictionaries, KeysOfDifferentKindsButEqualValueFindEachOther) {
+  CFMutableDictionaryRef d = NewTypeDict();
+  CFMutableStringRef mutableKey = CFStringCreateMutable(nullptr, 0);
+  CFStringAppend(mutableKey, CFSTR("caf\xC3\xA9"));
+  CFDictionarySetValue(d, mutableKey, kCFBooleanTrue);
+  const UniChar units[] = {'c', 'a', 'f', 0xE9};
+  Owned<CFStringRef> fromUnits(CFStringCreateWithCharacters(nullptr, units, 4));
+  EXPECT_EQ(kCFBooleanTrue, CFDictionaryGetValue(d, fromUnits));
+  EXPECT_EQ(kCFBooleanTrue, CFDictionaryGetValue(d, CFSTR("caf\xC3\xA9")));
+  Owned<CFDateRef> date(CFDateCreate(nullptr, 5)), sameDate(CFDateCreate(nullptr, 5));
+  Owned<CFDataRef> data(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>("ab"), 2));
+  Owned<CFDataRef> sameData(CFDataCreate(nullptr, reinterpret_cast<const UInt8*>("ab"), 2));
+  CFDictionarySetValue(d, date, CFSTR("date"));
+  CFDictionarySetValue(d, data, CFSTR("data"));
+  EXPECT_EQ(CFSTR("date"), CFDictionaryGetValue(d, sameDate));
+  EXPECT_EQ(CFSTR("data"), CFDictionaryGetValue(d, sameData));
+  EXPECT_EQ(3, CFDictionaryGetCount(d));
+  CFRelease(mutableKey);
+  CFRelease(d);
+}
+
 TEST_F(CFDictionaries, AddKeepsSetReplacesReplaceOnlyReplaces) {
   CFMutableDictionaryRef d = NewTypeDict();
   CFDictionaryAddValue(d, CFSTR("k"), CFSTR("first"));
