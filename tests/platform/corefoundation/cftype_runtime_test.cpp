@@ -12,6 +12,8 @@
 #include "cf_test.h"
 
 extern "C" int kc_cf_c_caller_round_trip(void);
+extern "C" CFStringRef kc_cf_probe_key(void);
+extern "C" CFArrayRef kc_cf_probe_array(void);
 
 namespace cf_test {
 namespace {
@@ -135,6 +137,15 @@ TEST_F(CFTypeRuntime, ImmortalObjectsIgnoreRetainReleaseAndAreNotCounted) {
   EXPECT_EQ(total, CFLiveObjectsGetTotalCount());
   EXPECT_EQ("made during static init", UTF8(kMadeDuringStaticInit));
   EXPECT_EQ(kMadeDuringStaticInit, CFSTR("made during static init"));
+}
+
+TEST_F(CFTypeRuntime, AnotherLibrarysStaticInitializersCanUseTheFramework) {
+  // The probe library built its constants while it was being loaded.
+  EXPECT_EQ(CFSTR("probe key"), kc_cf_probe_key());
+  CFArrayRef a = kc_cf_probe_array();
+  ASSERT_EQ(2, CFArrayGetCount(a));
+  EXPECT_EQ(kc_cf_probe_key(), CFArrayGetValueAtIndex(a, 0));
+  EXPECT_EQ(kCFBooleanTrue, CFArrayGetValueAtIndex(a, 1));
 }
 
 TEST_F(CFTypeRuntime, EveryTypeHasADistinctIDMatchingItsInstances) {
