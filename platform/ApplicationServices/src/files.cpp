@@ -1,4 +1,4 @@
-// The File Manager functions: references from paths and specs, paths from
+// The File Manager functions: references from paths and FSSpecs, paths from
 // references, and catalog information.
 #include <CarbonCore/Files.h>
 

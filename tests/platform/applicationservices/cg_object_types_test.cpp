@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "live_objects_test.h"
+#include "test_font.h"
 
 namespace kc_as_test {
 namespace {
@@ -35,6 +36,10 @@ TEST_F(CGObjectTypesTest, CGTypes_OneOfEveryKindIsADistinctCountedType) {
   CGLayerRef layer = CGLayerCreateWithContext(context, CGSizeMake(2, 2), nullptr);
   const CGPSConverterCallbacks callbacks = {0, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
   CGPSConverterRef converter = CGPSConverterCreate(nullptr, &callbacks, nullptr);
+  const std::vector<uint8_t> fontBytes = BuildTestFont(TestFontOptions());
+  CGDataProviderRef fontData = CGDataProviderCreateWithData(nullptr, fontBytes.data(), fontBytes.size(), nullptr);
+  CGFontRef font = CGFontCreateWithDataProvider(fontData);
+  CGDataProviderRelease(fontData);
 
   const std::vector<Made> made = {
       {"CGColorSpace", CGColorSpaceGetTypeID(), space},
@@ -45,6 +50,7 @@ TEST_F(CGObjectTypesTest, CGTypes_OneOfEveryKindIsADistinctCountedType) {
       {"CGContext", CGContextGetTypeID(), context},
       {"CGLayer", CGLayerGetTypeID(), layer},
       {"CGPSConverter", CGPSConverterGetTypeID(), converter},
+      {"CGFont", CGFontGetTypeID(), font},
   };
   std::set<CFTypeID> ids = {CFStringGetTypeID(), CFDataGetTypeID(), CFURLGetTypeID(), CFNumberGetTypeID()};
   for (const Made& m : made) {
@@ -62,6 +68,7 @@ TEST_F(CGObjectTypesTest, CGTypes_OneOfEveryKindIsADistinctCountedType) {
   CGLayerRelease(layer);
   EXPECT_EQ(1, CFLiveObjectsGetCount(CGContextGetTypeID()));
   CGPSConverterRelease(converter);
+  CGFontRelease(font);
   CGContextRelease(context);
   CGImageRelease(image);
   CGDataConsumerRelease(consumer);

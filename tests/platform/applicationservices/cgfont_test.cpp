@@ -32,10 +32,10 @@ std::u16string Utf16(CFStringRef s) {
 }
 
 TEST_F(CGFontTest, CGFont_ReadsPostScriptNameUnitsAndGlyphCount) {
-  TestFontSpec spec;
-  spec.unitsPerEm = 2048;
-  spec.glyphCount = 517;
-  CGFontRef font = FontFrom(BuildTestFont(spec));
+  TestFontOptions options;
+  options.unitsPerEm = 2048;
+  options.glyphCount = 517;
+  CGFontRef font = FontFrom(BuildTestFont(options));
   ASSERT_NE(nullptr, font);
   EXPECT_EQ(CGFontGetTypeID(), CFGetTypeID(font));
   EXPECT_EQ(2048, CGFontGetUnitsPerEm(font));
@@ -51,11 +51,11 @@ TEST_F(CGFontTest, CGFont_ReadsPostScriptNameUnitsAndGlyphCount) {
 }
 
 TEST_F(CGFontTest, CGFont_MacRomanNameIsUsedWhenNoUnicodeNameExists) {
-  TestFontSpec spec;
-  spec.hasWindowsName = false;
-  spec.hasMacName = true;
-  spec.macName = "Caf\x8E-Bold";  // 0x8E is U+00E9 in Mac OS Roman
-  CGFontRef font = FontFrom(BuildTestFont(spec));
+  TestFontOptions options;
+  options.hasWindowsName = false;
+  options.hasMacName = true;
+  options.macName = "Caf\x8E-Bold";  // 0x8E is U+00E9 in Mac OS Roman
+  CGFontRef font = FontFrom(BuildTestFont(options));
   ASSERT_NE(nullptr, font);
   CFStringRef name = CGFontCopyPostScriptName(font);
   ASSERT_NE(nullptr, name);
@@ -63,15 +63,15 @@ TEST_F(CGFontTest, CGFont_MacRomanNameIsUsedWhenNoUnicodeNameExists) {
   CFRelease(name);
   CGFontRelease(font);
 
-  spec.hasMacName = false;
-  font = FontFrom(BuildTestFont(spec));
+  options.hasMacName = false;
+  font = FontFrom(BuildTestFont(options));
   ASSERT_NE(nullptr, font);
   EXPECT_EQ(nullptr, CGFontCopyPostScriptName(font));
   CGFontRelease(font);
 }
 
 TEST_F(CGFontTest, CGFont_DamagedDataIsRefused) {
-  const std::vector<uint8_t> good = BuildTestFont(TestFontSpec());
+  const std::vector<uint8_t> good = BuildTestFont(TestFontOptions());
   // Every truncation of the file: copied into an exactly sized buffer so
   // that the address sanitizer sees any read past the end.
   for (size_t n = 0; n < good.size(); ++n) {
@@ -96,7 +96,7 @@ TEST_F(CGFontTest, CGFont_DamagedDataIsRefused) {
   bad = good;
   bad[12 + 8] = 0x7F;  // 'head' offset far past the end
   EXPECT_EQ(nullptr, FontFrom(bad));
-  TestFontSpec tiny;
+  TestFontOptions tiny;
   tiny.unitsPerEm = 8;
   EXPECT_EQ(nullptr, FontFrom(BuildTestFont(tiny)));
   EXPECT_EQ(nullptr, CGFontCreateWithDataProvider(nullptr));

@@ -7,6 +7,9 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include "fs_test_util.h"
 #include "live_objects_test.h"
@@ -208,6 +211,36 @@ TEST_F(FSRefTest, FSMakeFSRefUnicode_FindsChildrenByCarbonName) {
   EXPECT_EQ(errFSNotAFolder, FSMakeFSRefUnicode(&colon, 1, missing, 0, &found));
   EXPECT_EQ(bdNamErr, FSMakeFSRefUnicode(&folder, 0, missing, 0, &found));
   EXPECT_EQ(paramErr, FSMakeFSRefUnicode(&folder, 1, nullptr, 0, &found));
+}
+
+TEST_F(FSRefTest, FSRef_ThreadsMakingReferencesAtOnceEachGetTheirOwnItem) {
+  kc_test::TempDir dir;
+  constexpr int kThreads = 4, kFilesEach = 50;
+  for (int t = 0; t < kThreads; ++t) {
+    for (int i = 0; i < kFilesEach; ++i) WriteFile(dir.file(std::to_string(t) + "-" + std::to_string(i)), "");
+  }
+  std::vector<int> wrong(kThreads, 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&dir, &wrong, t] {
+      for (int i = 0; i < kFilesEach; ++i) {
+        const std::string path = dir.file(std::to_string(t) + "-" + std::to_string(i));
+        FSRef ref;
+        UInt8 back[4096];
+        FSCatalogInfo info;
+        if (FSPathMakeRef(reinterpret_cast<const UInt8*>(path.c_str()), &ref, nullptr) != noErr ||
+            FSGetCatalogInfo(&ref, kFSCatInfoNodeID | kFSCatInfoParentDirID | kFSCatInfoVolume, &info, nullptr,
+                             nullptr, nullptr) != noErr ||
+            FSRefMakePath(&ref, back, sizeof back) != noErr ||
+            path.substr(path.rfind('/')) != std::string(reinterpret_cast<char*>(back)).substr(
+                                                 std::string(reinterpret_cast<char*>(back)).rfind('/'))) {
+          ++wrong[t];
+        }
+      }
+    });
+  }
+  for (std::thread& th : threads) th.join();
+  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(0, wrong[t]) << "thread " << t;
 }
 
 }  // namespace

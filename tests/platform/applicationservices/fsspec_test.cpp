@@ -110,7 +110,7 @@ TEST_F(FSSpecTest, FSSpec_OfRootNamesTheVolumeRoot) {
   ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &back));
   EXPECT_EQ("/", PathOf(back));
   EXPECT_EQ(2u, InfoOf(back, kFSCatInfoNodeID).nodeID);
-  // The root folder by its node ID, through a spec with an empty name.
+  // The root folder by its node ID, through an FSSpec with an empty name.
   const std::string empty = Pascal("");
   ASSERT_EQ(noErr, FSMakeFSSpec(spec.vRefNum, 2, Name(empty), &spec));
   EXPECT_EQ(1, SInt32{spec.parID});

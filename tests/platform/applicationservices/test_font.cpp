@@ -14,16 +14,16 @@ void Put32(std::vector<uint8_t>* out, uint32_t v) {
   Put16(out, v & 0xFFFF);
 }
 
-std::vector<uint8_t> NameTable(const TestFontSpec& spec) {
+std::vector<uint8_t> NameTable(const TestFontOptions& options) {
   struct Record {
     unsigned platform, encoding, language;
     std::vector<uint8_t> bytes;
   };
   std::vector<Record> records;
-  if (spec.hasMacName) records.push_back({1, 0, 0, std::vector<uint8_t>(spec.macName.begin(), spec.macName.end())});
-  if (spec.hasWindowsName) {
+  if (options.hasMacName) records.push_back({1, 0, 0, std::vector<uint8_t>(options.macName.begin(), options.macName.end())});
+  if (options.hasWindowsName) {
     std::vector<uint8_t> utf16;
-    for (char16_t c : spec.windowsName) Put16(&utf16, c);
+    for (char16_t c : options.windowsName) Put16(&utf16, c);
     records.push_back({3, 1, 0x409, utf16});
   }
   std::vector<uint8_t> t;
@@ -46,19 +46,19 @@ std::vector<uint8_t> NameTable(const TestFontSpec& spec) {
 
 }  // namespace
 
-std::vector<uint8_t> BuildTestFont(const TestFontSpec& spec) {
+std::vector<uint8_t> BuildTestFont(const TestFontOptions& options) {
   std::vector<uint8_t> head(54, 0);
   head[1] = 1;  // version 1.0
   head[12] = 0x5F;
   head[13] = 0x0F;
   head[14] = 0x3C;
   head[15] = 0xF5;
-  head[18] = static_cast<uint8_t>(spec.unitsPerEm >> 8);
-  head[19] = static_cast<uint8_t>(spec.unitsPerEm);
+  head[18] = static_cast<uint8_t>(options.unitsPerEm >> 8);
+  head[19] = static_cast<uint8_t>(options.unitsPerEm);
   std::vector<uint8_t> maxp;
   Put32(&maxp, 0x00005000);
-  Put16(&maxp, static_cast<unsigned>(spec.glyphCount));
-  const std::vector<uint8_t> name = NameTable(spec);
+  Put16(&maxp, static_cast<unsigned>(options.glyphCount));
+  const std::vector<uint8_t> name = NameTable(options);
 
   const std::vector<std::pair<const char*, const std::vector<uint8_t>*>> tables = {
       {"head", &head}, {"maxp", &maxp}, {"name", &name}};

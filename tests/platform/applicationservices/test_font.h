@@ -7,7 +7,7 @@
 
 namespace kc_as_test {
 
-struct TestFontSpec {
+struct TestFontOptions {
   int unitsPerEm = 1000;
   int glyphCount = 3;
   bool hasWindowsName = true;
@@ -17,6 +17,6 @@ struct TestFontSpec {
 };
 
 // An sfnt with 'head', 'maxp' and 'name' tables.
-std::vector<uint8_t> BuildTestFont(const TestFontSpec& spec);
+std::vector<uint8_t> BuildTestFont(const TestFontOptions& options);
 
 }  // namespace kc_as_test

@@ -1,5 +1,5 @@
 /* The File Manager: FSRef, FSSpec and HFSUniStr255 records, catalog
-   information, and the conversions between paths, references and specs.
+   information, and the conversions between paths, references and FSSpecs.
    Declared weak, as macOS programs link the File Manager weakly. */
 #ifndef KC_FILES_H
 #define KC_FILES_H
@@ -150,14 +150,16 @@ _Static_assert(sizeof(FSSpec) == 70, "FSSpec is 70 bytes");
 FS_EXTERN OSErr FSGetCatalogInfo(const FSRef *ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo *catalogInfo,
                                  HFSUniStr255 *outName, FSSpec *fsSpec, FSRef *parentRef) FS_WEAK_IMPORT;
 
-/* A reference to the existing item that spec names; fnfErr if it does not
+/* A reference to the existing item that source names; fnfErr if it does not
    exist. */
 FS_EXTERN OSErr FSpMakeFSRef(const FSSpec *source, FSRef *newRef) FS_WEAK_IMPORT;
 
-/* A spec for fileName inside folder dirID of volume vRefNum (0 and 0: the
-   current working folder). An empty or NULL name gives the folder itself.
-   When the folder exists but the leaf does not, spec is filled in all the
-   same and the result is fnfErr. */
+/* An FSSpec for fileName inside folder dirID of volume vRefNum. vRefNum 0
+   with dirID 0 is the current working folder; dirID 0 with a volume is its
+   root. An empty or NULL name gives the folder itself. When the folder
+   exists but the leaf does not, the FSSpec is filled in all the same and the
+   result is fnfErr. Names are leaf names: partial paths (holding ':') give
+   bdNamErr, as do names longer than 63 bytes. */
 FS_EXTERN OSErr FSMakeFSSpec(FSVolumeRefNum vRefNum, SInt32 dirID, ConstStr255Param fileName,
                              FSSpec *spec) FS_WEAK_IMPORT;
 

@@ -37,9 +37,10 @@ enum {
 CG_EXTERN CFTypeID CGImageGetTypeID(void) CG_WEAK_IMPORT;
 /* NULL when the geometry is inconsistent (zero size, a component size other
    than 1, 2, 4, 5, 8, 16 or 32 bits, pixels too small for the space and
-   alpha, rows too short), when space or provider is NULL, or when the
-   provider holds fewer bytes than the rows need. Keeps references to space
-   and provider; decode is copied. */
+   alpha, rows too short), when provider is NULL, when space is NULL for an
+   image that is not alpha-only, or when the provider holds fewer bytes than
+   the rows need. Keeps references to space and provider; decode (two values
+   per colour component) is copied. */
 CG_EXTERN CGImageRef CGImageCreate(size_t width, size_t height, size_t bitsPerComponent, size_t bitsPerPixel,
                                    size_t bytesPerRow, CGColorSpaceRef space, CGBitmapInfo bitmapInfo,
                                    CGDataProviderRef provider, const CGFloat *decode, bool shouldInterpolate,
