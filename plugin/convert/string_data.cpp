@@ -30,6 +30,8 @@ bool TakeBytes(REALstring s, StringGetCString_fn cString, LenB_method lenB, uint
   out->data = copy;
   out->length = n;
   out->encoding = encoding;
+  out->hostWord3 = 0;
+  out->hostWord4 = kPluginFilledStringData;
   return true;
 }
 

@@ -110,10 +110,17 @@ void REALUnlockString(REALstring str) {
 
 void REALDisposeStringData(REALstringData *data) {
   static void *cache;
-  if (auto f = As<PluginDisposeStringData_fn>(Bind(cache, "PluginDisposeStringData")))
-    f(data);
-  else
+  // A record the plug-in filled itself (on a host without
+  // "PluginGetStringData") holds a buffer of its own, which the host would
+  // not recognise: it is freed here.
+  if (data->hostWord4 == kPluginFilledStringData) {
     free(const_cast<void *>(data->data));
+  } else if (auto f = As<PluginDisposeStringData_fn>(Bind(cache, "PluginDisposeStringData"))) {
+    f(data);
+  } else {
+    free(const_cast<void *>(data->data));
+  }
+  data->data = nullptr;
 }
 
 const struct __CFString *REALGetStringCFString(REALstring str, RBBoolean flag) {

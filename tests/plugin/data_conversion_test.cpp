@@ -39,14 +39,23 @@ TEST_F(DataConversion, PasswordBlocksAreNewOnEveryFindAndNilWhenEmpty) {
   EXPECT_EQ(LastError(), -25300);
   EXPECT_TRUE(password.isNil());
 
-  // An empty password is found, but gives no block.
+  // A nil block leaves the secret as it is (no data is no change)...
   AssignMethod(item, "Password as memoryblock", {}, Value());
   EXPECT_EQ(Property(item, "Lasterror"), 0);
+  EXPECT_EQ(host().MemoryBlockBytes(Method(item, "Password as memoryblock")), binary);
+
+  // ...and an empty password is found, but gives no block.
+  Value empty = Method(keychain,
+                       "AddGenericPassword(serviceName as string, accountName as string, password as "
+                       "string) as KeychainItemZNQ",
+                       {Text("blocks-empty"), Text("acct"), Text("")});
+  ASSERT_FALSE(empty.isNil());
   password = host().MemoryBlock("old");
-  found = Method(keychain, kFindGeneric, {Text("blocks"), Text("acct"), Arg::ByRef(password)});
+  found = Method(keychain, kFindGeneric, {Text("blocks-empty"), Text("acct"), Arg::ByRef(password)});
   EXPECT_FALSE(found.isNil());
   EXPECT_EQ(LastError(), 0);
   EXPECT_TRUE(password.isNil());
+  Method(empty, "Delete");
 
   AssignMethod(item, "Password as memoryblock", {}, host().MemoryBlock("new"));
   EXPECT_EQ(host().MemoryBlockBytes(Method(item, "Password as memoryblock")), "new");

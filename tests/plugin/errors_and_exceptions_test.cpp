@@ -17,12 +17,12 @@ class ErrorsAndExceptions : public PluginTest {};
 TEST_F(ErrorsAndExceptions, NilDataRaisesNilObjectExceptionAndLeavesMinusOne) {
   Value item = Shared("ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ", {Value()});
   EXPECT_TRUE(item.isNil());
-  EXPECT_EQ(LastError(), -1);
   auto e = host().TakeException();
   ASSERT_TRUE(e.has_value());
   EXPECT_EQ(e->className, "NilObjectException");
   EXPECT_EQ(e->message, "data is nil");
   EXPECT_EQ(e->errorNumber, 0);
+  EXPECT_EQ(LastError(), -1);
 
   // "Open" with a nil path is no exception, just -1.
   EXPECT_TRUE(Shared("Open(path as string) as KeychainZNQ", {Value()}).isNil());

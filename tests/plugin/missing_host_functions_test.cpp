@@ -24,7 +24,7 @@ constexpr const char *kFromReference =
     "ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ";
 
 class MissingHostFunctions : public PluginTest {
- protected:
+ public:
   void StartWithout(std::set<std::string> names) {
     HostOptions options;
     options.withheld = std::move(names);
@@ -36,6 +36,16 @@ class MissingHostFunctions : public PluginTest {
   void AddSample(const std::string &service) {
     Value item = Shared(kAddGenericS, {Value(), Text(service), Text("acct"), Text("secret")});
     ASSERT_EQ(LastError(), 0);
+  }
+  // Strings that cannot be read reach the framework as empty texts: the
+  // item is added with no service and no password.
+  void ExpectEmptyTexts() {
+    Value item = Shared(kAddGenericS, {Value(), Text("unreadable"), Text("acct"), Text("pw")});
+    EXPECT_EQ(LastError(), 0);
+    ASSERT_FALSE(item.isNil());
+    EXPECT_TRUE(Method(item, "Service as string").isNil());
+    EXPECT_TRUE(Method(item, "Password as memoryblock").isNil());
+    Method(item, "Delete");
   }
   void DeleteSample(const std::string &service) {
     Value item = Shared(kFindGenericItem, {Value(), Text(service), Text("acct")});
@@ -125,10 +135,7 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
          EXPECT_GT(h.LookupCount("StringGetCString"), 0);
        }},
       {{"PluginGetStringData", "REALLoadGlobalMethod"}, "no way to read bytes: texts are empty",
-       [](MissingHostFunctions &t, Host &) {
-         Value item = t.Shared(kFindGenericItem, {Value(), t.Text("svc"), t.Text("acct")});
-         EXPECT_EQ(t.LastError(), -25300) << "an empty service matches nothing";
-       }},
+       [](MissingHostFunctions &t, Host &) { t.ExpectEmptyTexts(); }},
       {{"REALGetStringEncoding"}, "every string counts as one of known encoding",
        [](MissingHostFunctions &t, Host &h) {
          Value password;
@@ -167,11 +174,7 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
          t.Method(item, "Delete");
        }},
       {{"REALConvertString"}, "an old host cannot convert: texts are empty",
-       [](MissingHostFunctions &t, Host &) {
-         Value item = t.Shared(kFindGenericItem, {Value(), t.Text("svc"), t.Text("acct")});
-         EXPECT_TRUE(item.isNil());
-         EXPECT_EQ(t.LastError(), -25300);
-       }},
+       [](MissingHostFunctions &t, Host &) { t.ExpectEmptyTexts(); }},
       {{"REALFSRefFromFolderItem"}, "folder items go through an FSSpec",
        [](MissingHostFunctions &t, Host &h) {
          Value def = t.Shared("Default as KeychainZNQ");
