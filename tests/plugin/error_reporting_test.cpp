@@ -89,7 +89,7 @@ TEST_F(ErrorReporting, ErrorMessageStringGivesTheKeychainsTextAndKeepsLastError)
             host().StringBytes(Shared(decl::kMessage, {Value::Integer(errSecItemNotFound)})));
 
   // Codes the module does not name: whatever the keychain says, or nil.
-  for (OSStatus status : {errSecNoSuchKeychain, errSecBufferTooSmall, -1, 12345, -2147483647 - 1}) {
+  for (OSStatus status : std::vector<OSStatus>{errSecNoSuchKeychain, errSecBufferTooSmall, -1, 12345, INT32_MIN}) {
     Value text = Shared(decl::kMessage, {Value::Integer(status)});
     std::optional<std::string> expected = FrameworkText(status);
     if (!expected || expected->empty())

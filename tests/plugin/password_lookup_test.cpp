@@ -122,8 +122,9 @@ TEST_F(PasswordLookup, InternetFormsAgreeAndStoreTheGivenCodes) {
     EXPECT_FALSE(AttributeBytes(HandleOf<SecKeychainItemRef>(added), Code(code), &status).empty()) << tag;
   }
 
-  const std::vector<Arg> query = {Text("example.org"), Text("realm"), Text("ann"), Text("/login"),
-                                  Value::Integer(8443), Text("htps"), Text("form")};
+  const std::vector<Value> queryValues = {Text("example.org"), Text("realm"), Text("ann"), Text("/login"),
+                                         Value::Integer(8443), Text("htps"), Text("form")};
+  const std::vector<Arg> query(queryValues.begin(), queryValues.end());
   Value byModule, byObject;
   std::vector<Arg> moduleArgs = {keychain_};
   moduleArgs.insert(moduleArgs.end(), query.begin(), query.end());
@@ -386,16 +387,17 @@ TEST_F(PasswordLookup, NilKeychainMeansTheDefault) {
 // every argument each still ends with the framework's status.
 TEST_F(PasswordLookup, EveryOperationReachesTheFramework) {
   Value password;
+  const Value nil;
+  const Value zero = Value::Integer(0);
   const std::vector<std::pair<const char *, std::vector<Arg>>> calls = {
-      {decl::kAddGenericTextM, {Value(), Value(), Value(), Value()}},
-      {decl::kAddGenericBlockM, {Value(), Value(), Value(), Value()}},
-      {decl::kFindGenericItemM, {Value(), Value(), Value()}},
-      {decl::kFindGenericPasswordM, {Value(), Value(), Value(), Arg::ByRef(password)}},
-      {decl::kAddInternetTextM, {Value(), Value(), Value(), Value(), Value(), Value::Integer(0), Value(), Value(), Value()}},
-      {decl::kAddInternetBlockM, {Value(), Value(), Value(), Value(), Value(), Value::Integer(0), Value(), Value(), Value()}},
-      {decl::kFindInternetItemM, {Value(), Value(), Value(), Value(), Value(), Value::Integer(0), Value(), Value()}},
-      {decl::kFindInternetPasswordM,
-       {Value(), Value(), Value(), Value(), Value(), Value::Integer(0), Value(), Value(), Arg::ByRef(password)}},
+      {decl::kAddGenericTextM, {nil, nil, nil, nil}},
+      {decl::kAddGenericBlockM, {nil, nil, nil, nil}},
+      {decl::kFindGenericItemM, {nil, nil, nil}},
+      {decl::kFindGenericPasswordM, {nil, nil, nil, Arg::ByRef(password)}},
+      {decl::kAddInternetTextM, {nil, nil, nil, nil, nil, zero, nil, nil, nil}},
+      {decl::kAddInternetBlockM, {nil, nil, nil, nil, nil, zero, nil, nil, nil}},
+      {decl::kFindInternetItemM, {nil, nil, nil, nil, nil, zero, nil, nil}},
+      {decl::kFindInternetPasswordM, {nil, nil, nil, nil, nil, zero, nil, nil, Arg::ByRef(password)}},
   };
   for (const auto &[declaration, args] : calls) {
     Value result = Shared(declaration, args);
