@@ -186,12 +186,12 @@ const std::u16string& cf::Chars(CFStringRef string) {
 
 std::string cf::ToUTF8(CFStringRef string) {
   const std::u16string& chars = Chars(string);
-  std::string out;
-  CFIndex used = 0;
   CFIndex n = static_cast<CFIndex>(chars.size());
-  EncodeText(chars, 0, n, kCFStringEncodingUTF8, '?', false, nullptr, 0, &used);
+  // Three bytes per unit always suffice (a surrogate pair is two units, four bytes).
+  std::string out(static_cast<size_t>(n) * 3, '\0');
+  CFIndex used = 0;
+  if (n > 0) EncodeText(chars, 0, n, kCFStringEncodingUTF8, '?', false, reinterpret_cast<UInt8*>(&out[0]), n * 3, &used);
   out.resize(static_cast<size_t>(used));
-  if (used > 0) EncodeText(chars, 0, n, kCFStringEncodingUTF8, '?', false, reinterpret_cast<UInt8*>(&out[0]), used, &used);
   return out;
 }
 

@@ -173,6 +173,12 @@ bool DecodeBytes(const UInt8* bytes, size_t length, CFStringEncoding encoding, b
     return true;
   }
   if (encoding == kCFStringEncodingUTF8) {
+    size_t ascii = 0;
+    while (ascii < length && bytes[ascii] < 0x80) ++ascii;
+    if (ascii == length) {
+      out->assign(bytes, bytes + length);
+      return true;
+    }
     if (external && length >= 3 && bytes[0] == 0xEF && bytes[1] == 0xBB && bytes[2] == 0xBF) {
       bytes += 3;
       length -= 3;
