@@ -18,16 +18,16 @@ void AppendUnits(std::string* out, const std::u16string& units) {
 
 // Formats one conversion whose argument has already been fetched.
 template <class T>
-void AppendPrintf(std::string* out, const std::string& spec, T value) {
+void AppendPrintf(std::string* out, const std::string& directive, T value) {
   char small[128];
-  int n = snprintf(small, sizeof small, spec.c_str(), value);
+  int n = snprintf(small, sizeof small, directive.c_str(), value);
   if (n < 0) return;
   if (static_cast<size_t>(n) < sizeof small) {
     out->append(small, static_cast<size_t>(n));
     return;
   }
   std::string big(static_cast<size_t>(n) + 1, '\0');
-  snprintf(&big[0], big.size(), spec.c_str(), value);
+  snprintf(&big[0], big.size(), directive.c_str(), value);
   out->append(big.data(), static_cast<size_t>(n));
 }
 
@@ -50,11 +50,11 @@ std::string Format(const std::string& format, va_list args) {
       continue;
     }
     size_t start = i++;
-    std::string spec = "%";
+    std::string directive = "%";
     bool left = false;
     while (i < format.size() && strchr("-+ #0'", format[i])) {
       if (format[i] == '-') left = true;
-      if (format[i] != '\'') spec += format[i];
+      if (format[i] != '\'') directive += format[i];
       ++i;
     }
     int width = 0;
@@ -63,23 +63,23 @@ std::string Format(const std::string& format, va_list args) {
       if (width < 0) {
         left = true;
         width = -width;
-        spec += '-';
+        directive += '-';
       }
-      spec += std::to_string(width);
+      directive += std::to_string(width);
       ++i;
     } else {
       while (i < format.size() && format[i] >= '0' && format[i] <= '9') {
         width = width * 10 + (format[i] - '0');
-        spec += format[i++];
+        directive += format[i++];
       }
     }
     if (i < format.size() && format[i] == '.') {
-      spec += format[i++];
+      directive += format[i++];
       if (i < format.size() && format[i] == '*') {
-        spec += std::to_string(va_arg(args, int));
+        directive += std::to_string(va_arg(args, int));
         ++i;
       } else {
-        while (i < format.size() && format[i] >= '0' && format[i] <= '9') spec += format[i++];
+        while (i < format.size() && format[i] >= '0' && format[i] <= '9') directive += format[i++];
       }
     }
     std::string length;
@@ -103,33 +103,33 @@ std::string Format(const std::string& format, va_list args) {
       }
       case 'd':
       case 'i':
-        spec += length + conv;
-        if (length == "ll") AppendPrintf(&out, spec, va_arg(args, long long));
-        else if (length == "l") AppendPrintf(&out, spec, va_arg(args, long));
-        else if (length == "z") AppendPrintf(&out, spec, va_arg(args, ssize_t));
-        else if (length == "t") AppendPrintf(&out, spec, va_arg(args, ptrdiff_t));
-        else if (length == "j") AppendPrintf(&out, spec, va_arg(args, intmax_t));
-        else AppendPrintf(&out, spec, va_arg(args, int));
+        directive += length + conv;
+        if (length == "ll") AppendPrintf(&out, directive, va_arg(args, long long));
+        else if (length == "l") AppendPrintf(&out, directive, va_arg(args, long));
+        else if (length == "z") AppendPrintf(&out, directive, va_arg(args, ssize_t));
+        else if (length == "t") AppendPrintf(&out, directive, va_arg(args, ptrdiff_t));
+        else if (length == "j") AppendPrintf(&out, directive, va_arg(args, intmax_t));
+        else AppendPrintf(&out, directive, va_arg(args, int));
         break;
       case 'u':
       case 'o':
       case 'x':
       case 'X':
-        spec += length + conv;
-        if (length == "ll") AppendPrintf(&out, spec, va_arg(args, unsigned long long));
-        else if (length == "l") AppendPrintf(&out, spec, va_arg(args, unsigned long));
-        else if (length == "z") AppendPrintf(&out, spec, va_arg(args, size_t));
-        else if (length == "t") AppendPrintf(&out, spec, va_arg(args, ptrdiff_t));
-        else if (length == "j") AppendPrintf(&out, spec, va_arg(args, uintmax_t));
-        else AppendPrintf(&out, spec, va_arg(args, unsigned int));
+        directive += length + conv;
+        if (length == "ll") AppendPrintf(&out, directive, va_arg(args, unsigned long long));
+        else if (length == "l") AppendPrintf(&out, directive, va_arg(args, unsigned long));
+        else if (length == "z") AppendPrintf(&out, directive, va_arg(args, size_t));
+        else if (length == "t") AppendPrintf(&out, directive, va_arg(args, ptrdiff_t));
+        else if (length == "j") AppendPrintf(&out, directive, va_arg(args, uintmax_t));
+        else AppendPrintf(&out, directive, va_arg(args, unsigned int));
         break;
       case 'D':
       case 'U':
       case 'O':
-        spec += "l";
-        spec += static_cast<char>(conv + ('a' - 'A'));
-        if (conv == 'D') AppendPrintf(&out, spec, va_arg(args, long));
-        else AppendPrintf(&out, spec, va_arg(args, unsigned long));
+        directive += "l";
+        directive += static_cast<char>(conv + ('a' - 'A'));
+        if (conv == 'D') AppendPrintf(&out, directive, va_arg(args, long));
+        else AppendPrintf(&out, directive, va_arg(args, unsigned long));
         break;
       case 'f':
       case 'F':
@@ -140,17 +140,17 @@ std::string Format(const std::string& format, va_list args) {
       case 'a':
       case 'A':
         if (length == "L") {
-          spec += "L";
-          spec += conv;
-          AppendPrintf(&out, spec, va_arg(args, long double));
+          directive += "L";
+          directive += conv;
+          AppendPrintf(&out, directive, va_arg(args, long double));
         } else {
-          spec += conv;
-          AppendPrintf(&out, spec, va_arg(args, double));
+          directive += conv;
+          AppendPrintf(&out, directive, va_arg(args, double));
         }
         break;
       case 'c':
-        spec += conv;
-        AppendPrintf(&out, spec, va_arg(args, int));
+        directive += conv;
+        AppendPrintf(&out, directive, va_arg(args, int));
         break;
       case 'C': {
         std::u16string unit(1, static_cast<char16_t>(va_arg(args, int)));
@@ -161,8 +161,8 @@ std::string Format(const std::string& format, va_list args) {
       }
       case 's': {
         const char* s = va_arg(args, const char*);
-        spec += conv;
-        AppendPrintf(&out, spec, s ? s : "(null)");
+        directive += conv;
+        AppendPrintf(&out, directive, s ? s : "(null)");
         break;
       }
       case 'S': {
@@ -175,8 +175,8 @@ std::string Format(const std::string& format, va_list args) {
         break;
       }
       case 'p':
-        spec += conv;
-        AppendPrintf(&out, spec, va_arg(args, void*));
+        directive += conv;
+        AppendPrintf(&out, directive, va_arg(args, void*));
         break;
       case 'n':
         // Writing through the argument is never wanted; consume and skip it.
