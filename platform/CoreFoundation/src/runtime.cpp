@@ -57,7 +57,7 @@ void MakeImmortal(CFTypeRef cf) {
 }
 
 CFHashCode HashBytes(const void* bytes, size_t length) {
-  // FNV-1a: cheap and good enough for table placement.
+  // A simple multiplicative byte hash: cheap and good enough for table placement.
   uint64_t h = 1469598103934665603ull;
   const unsigned char* p = static_cast<const unsigned char*>(bytes);
   for (size_t i = 0; i < length; ++i) {

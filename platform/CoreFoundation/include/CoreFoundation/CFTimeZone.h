@@ -12,7 +12,7 @@ CF_EXPORT CFTypeID CFTimeZoneGetTypeID(void);
 CF_EXPORT CFTimeZoneRef CFTimeZoneCopySystem(void);
 CF_EXPORT CFTimeZoneRef CFTimeZoneCopyDefault(void);
 CF_EXPORT CFTimeZoneRef CFTimeZoneCreateWithTimeIntervalFromGMT(CFAllocatorRef allocator, CFTimeInterval ti);
-/* Accepts Olson names ("Europe/Paris") and "GMT", "UTC", "GMT+hh:mm". */
+/* Accepts region names ("Europe/Paris") and "GMT", "UTC", "GMT+hh:mm". */
 CF_EXPORT CFTimeZoneRef CFTimeZoneCreateWithName(CFAllocatorRef allocator, CFStringRef name, Boolean tryAbbrev);
 CF_EXPORT CFStringRef CFTimeZoneGetName(CFTimeZoneRef tz);
 CF_EXPORT CFTimeInterval CFTimeZoneGetSecondsFromGMT(CFTimeZoneRef tz, CFAbsoluteTime at);
