@@ -383,6 +383,56 @@ TEST_F(PasswordLookup, NilKeychainMeansTheDefault) {
   EXPECT_EQ(Property(empty, "Lasterror"), 0) << "the argument's own status is not touched";
 }
 
+// Every host generation reads the text arguments its own way (records read
+// directly, converted copies, raw bytes); the keychain gets the same UTF-8
+// bytes from each.
+TEST_F(PasswordLookup, EveryHostGenerationStoresTheSameBytes) {
+  const std::vector<std::optional<double>> versions = {std::nullopt, 2011.9, 2012.0, 2013.0,
+                                                       2013.03,      2013.9, 2014.0};
+  const std::string path = KeychainPath("passwords.keychain");
+  for (size_t i = 0; i < versions.size(); ++i) {
+    keychain_.reset();
+    HostOptions options;
+    options.version = versions[i];
+    StartHost(options);
+    const std::string tag = std::to_string(i);
+    keychain_ = Shared(decl::kOpenPath, {Text(path)});
+    ASSERT_FALSE(keychain_.isNil()) << tag;
+
+    // Raw bytes of unknown encoding: high ones read as Mac OS Roman.
+    Value service = host().String("raw\x8E" + tag, 0xFFFF);
+    Value account = host().String("\x8A" + tag, kEncodingMacRoman);
+    Value item = Method(keychain_, decl::kAddGenericText, {service, account, Text("p\xC3\xA9")});
+    EXPECT_EQ(LastError(), 0) << tag;
+    ASSERT_FALSE(item.isNil()) << tag;
+    std::string secret;
+    bool hasData = false;
+    EXPECT_EQ(DirectGeneric("raw\xC3\xA9" + tag, &secret, &hasData), 0) << tag;
+    EXPECT_EQ(secret, "p\xC3\xA9") << tag;
+    OSStatus status = 0;
+    EXPECT_EQ(AttributeBytes(HandleOf<SecKeychainItemRef>(item), Code("acct"), &status), "\xC3\xA4" + tag) << tag;
+
+    Value password;
+    EXPECT_FALSE(Method(keychain_, decl::kFindGenericPassword, {service, account, Arg::ByRef(password)}).isNil()) << tag;
+    EXPECT_EQ(host().MemoryBlockBytes(password), "p\xC3\xA9") << tag;
+
+    // Plain ASCII raw bytes are used as they are, also for the path.
+    Value server = host().String("gen" + tag + ".example", 0xFFFF);
+    Value webPath = host().String("/raw/path", 0xFFFF);
+    ASSERT_FALSE(Method(keychain_, decl::kAddInternetText,
+                        {server, Text(""), Text("ann"), webPath, Value::Integer(1), Text("http"), Text("dflt"),
+                         Text("w")})
+                     .isNil())
+        << tag;
+    EXPECT_EQ(AttributeBytes(HandleOf<SecKeychainItemRef>(Method(keychain_, decl::kFindInternetItem,
+                                                                  {server, Text(""), Text(""), webPath,
+                                                                   Value::Integer(1), Text("http"), Text("dflt")})),
+                             Code("path"), &status),
+              "/raw/path")
+        << tag;
+  }
+}
+
 // None of the eight operations stops before the framework: with nil for
 // every argument each still ends with the framework's status.
 TEST_F(PasswordLookup, EveryOperationReachesTheFramework) {
