@@ -1,9 +1,10 @@
 // Exceptions: the built-in RuntimeException family with "Message" and
 // "ErrorNumber", and the pending exception of a call. Raising does not take
 // the plug-in's lock: the host locks the exception for itself and delivers it
-// to the caller when the plug-in function returns. When a call raises more
-// than once, the first exception is the one delivered, as it is the one that
-// would have unwound the caller.
+// to the caller when the plug-in function returns, and it stays pending until
+// the host program takes it or a later call raises another. When one call
+// raises more than once, the first exception is the one delivered, as it is
+// the one that would have unwound the caller.
 #include "runtime.h"
 
 namespace plugin_host {
@@ -39,9 +40,11 @@ void Runtime::Raise(REALobject exc) {
     if (exc != nullptr) Problem("raise of something that is not an exception");
     return;
   }
-  if (pending_ != nullptr) return;
+  if (pending_ != nullptr && pendingSerial_ == callSerial_) return;
   LockObject(exc);
+  ClearPending();
   pending_ = exc;
+  pendingSerial_ = callSerial_;
 }
 
 void Runtime::ClearPending() {

@@ -80,7 +80,7 @@ CallResult Invoke(Runtime* rt, void* fn, const MethodDef* m, const Declaration& 
   unsigned char out[16];
   {
     Activate active(rt);
-    rt->ClearPending();
+    rt->BeginCall();
     FfiCall(fn, ret, types, argv.data(), out);
   }
   for (size_t i = 0; i < args.size(); ++i) {
@@ -289,7 +289,6 @@ CallResult Host::AssignMethod(const Value& object, const std::string& declaratio
 CallResult Host::GetProperty(const Value& object, const std::string& name) {
   CallResult r;
   Activate active(rt_.get());
-  rt_->ClearPending();
   r.ok = GetPropertyValue(rt_.get(), object.object(), name, &r.value, &r.error);
   return r;
 }
@@ -297,7 +296,6 @@ CallResult Host::GetProperty(const Value& object, const std::string& name) {
 CallResult Host::SetProperty(const Value& object, const std::string& name, const Value& value) {
   CallResult r;
   Activate active(rt_.get());
-  rt_->ClearPending();
   r.ok = SetPropertyValue(rt_.get(), object.object(), name, value, &r.error);
   return r;
 }
@@ -307,7 +305,6 @@ CallResult Host::GetModuleProperty(const std::string& module, const std::string&
   if (m == nullptr) return Refused("no module " + module);
   CallResult r;
   Activate active(rt_.get());
-  rt_->ClearPending();
   r.ok = GetModulePropertyValue(m, name, &r.value, &r.error);
   return r;
 }
@@ -318,7 +315,6 @@ CallResult Host::SetModuleProperty(const std::string& module, const std::string&
   if (m == nullptr) return Refused("no module " + module);
   CallResult r;
   Activate active(rt_.get());
-  rt_->ClearPending();
   r.ok = SetModulePropertyValue(m, name, value, &r.error);
   return r;
 }

@@ -193,6 +193,7 @@ class Runtime {
   void UnlockString(REALstring s);
 
   // Exceptions (exceptions.cpp)
+  void BeginCall() { ++callSerial_; }
   void Raise(REALobject exc);
   void ClearPending();
   std::optional<ExceptionInfo> TakePending();
@@ -216,6 +217,8 @@ class Runtime {
   std::unordered_map<const void*, std::unique_ptr<ObjState>> objects_;  // live and released
   std::unordered_map<const void*, std::unique_ptr<StrRec>> strings_;
   REALobject pending_ = nullptr;
+  uint64_t callSerial_ = 0;     // counts calls into plug-in methods
+  uint64_t pendingSerial_ = 0;  // the call that raised pending_
 };
 
 // Makes a runtime the active one for a scope.

@@ -34,10 +34,15 @@ TEST_F(ExceptionsAndAccounting, RaisedExceptionsAreDeliveredAfterTheCall) {
   auto e = host().TakeException();
   ASSERT_TRUE(e.has_value());
   EXPECT_EQ(e->message, "first");
-  // An exception nobody took is dropped when the next call starts.
-  Shared(kRaise, {Text("RuntimeException"), Text("x"), Value::Integer(0)});
+  // An exception stays pending across other calls and property reads until
+  // taken, and a later raise replaces it.
+  Shared(kRaise, {Text("RuntimeException"), Text("old"), Value::Integer(0)});
   EXPECT_EQ(Int("Constructed as integer"), 0);
-  EXPECT_FALSE(host().TakeException().has_value());
+  EXPECT_EQ(host().GetModuleProperty(kModule, "Counter").value.integer(), 0);
+  Shared(kRaise, {Text("NilObjectException"), Text("new"), Value::Integer(0)});
+  e = host().TakeException();
+  ASSERT_TRUE(e.has_value());
+  EXPECT_EQ(e->message, "new");
   EXPECT_EQ(host().LiveObjects(), 0u);
 }
 

@@ -169,7 +169,9 @@ class Host {
   CallResult SetModuleProperty(const std::string& module, const std::string& name,
                                const Value& value);
 
-  // The exception raised during the last call, handed over once.
+  // The exception a call raised, handed over once. It stays pending until
+  // taken or until a later call raises another; reading properties in
+  // between leaves it alone.
   std::optional<ExceptionInfo> TakeException();
 
   // ---- Reading values ---------------------------------------------------------
