@@ -9,6 +9,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cctype>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -104,12 +106,31 @@ bool CarbonUnicodeName(const Item& item, std::u16string* units) {
   return kc_as::PosixNameToUnicode(kc_as::LeafName(item), units);
 }
 
-bool CarbonMacRomanName(const Item& item, std::string* name) {
-  if (item.path == "/") {
-    *name = "/";
-    return true;
-  }
-  return kc_as::PosixNameToMacRoman(kc_as::LeafName(item), 63, name);
+// FSSpec names hold at most 31 Mac OS Roman bytes, as on HFS volumes; other
+// names are shown in their mangled form, which FSpMakeFSRef understands.
+std::string CarbonMacRomanName(const Item& item) {
+  if (item.path == "/") return "/";
+  std::string name;
+  if (kc_as::PosixNameToMacRoman(kc_as::LeafName(item), 31, &name)) return name;
+  return kc_as::MangledMacRomanName(kc_as::LeafName(item), kc_as::NodeIdOf(item));
+}
+
+// The item inside dir that an FSSpec name denotes: the item of that name, or
+// the one whose mangled name it is.
+OSErr ChildOfSpecName(const Item& dir, const unsigned char* name, size_t length, Item* child) {
+  std::string leaf;
+  if (!kc_as::MacRomanNameToPosix(name, length, &leaf)) return bdNamErr;
+  OSErr err = kc_as::ChildOf(dir, leaf, child);
+  if (err != fnfErr) return err;
+  const std::string given(reinterpret_cast<const char*>(name), length);
+  const size_t hash = given.rfind('#');
+  if (hash == std::string::npos) return fnfErr;
+  size_t end = hash + 1;
+  while (end < given.size() && std::isxdigit(static_cast<unsigned char>(given[end]))) ++end;
+  if (end == hash + 1 || end - hash - 1 > 8) return fnfErr;
+  const UInt32 nodeID = static_cast<UInt32>(std::strtoul(given.substr(hash + 1, end - hash - 1).c_str(), nullptr, 16));
+  if (kc_as::ChildWithNodeId(dir, nodeID, child) != noErr) return fnfErr;
+  return CarbonMacRomanName(*child) == given ? static_cast<OSErr>(noErr) : static_cast<OSErr>(fnfErr);
 }
 
 OSErr FillName(const Item& item, HFSUniStr255* out) {
@@ -122,11 +143,10 @@ OSErr FillName(const Item& item, HFSUniStr255* out) {
   return noErr;
 }
 
-// An FSSpec holds the parent folder's node ID and a Mac OS Roman name of at
-// most 63 bytes; a name that cannot be written so gives bdNamErr.
+// An FSSpec holds the parent folder's node ID and the item's Mac OS Roman
+// name.
 OSErr FillSpec(const Item& item, FSSpec* spec) {
-  std::string name;
-  if (!CarbonMacRomanName(item, &name)) return bdNamErr;
+  const std::string name = CarbonMacRomanName(item);
   SInt32 parID = fsRtParID;
   if (!item.isVolumeRoot) {
     Item parent;
@@ -204,9 +224,7 @@ OSErr FSpMakeFSRef(const FSSpec* source, FSRef* newRef) {
     // The volume root itself, named by its volume name (or no name).
     OSErr err = kc_as::FindDirectory(source->vRefNum, fsRtDirID, &item);
     if (err != noErr) return err;
-    std::string name;
-    if (length != 0 && (!CarbonMacRomanName(item, &name) ||
-                        name != std::string(reinterpret_cast<const char*>(source->name + 1), length))) {
+    if (length != 0 && CarbonMacRomanName(item) != std::string(reinterpret_cast<const char*>(source->name + 1), length)) {
       return fnfErr;
     }
   } else {
@@ -215,10 +233,8 @@ OSErr FSpMakeFSRef(const FSSpec* source, FSRef* newRef) {
     if (err != noErr) return err;
     if (length == 0) {
       item = dir;
-    } else {
-      std::string leaf;
-      if (!kc_as::MacRomanNameToPosix(source->name + 1, length, &leaf)) return bdNamErr;
-      if ((err = kc_as::ChildOf(dir, leaf, &item)) != noErr) return err;
+    } else if ((err = ChildOfSpecName(dir, source->name + 1, length, &item)) != noErr) {
+      return err;
     }
   }
   kc_as::MakeRef(item, newRef);
@@ -243,7 +259,7 @@ OSErr FSMakeFSSpec(FSVolumeRefNum vRefNum, SInt32 dirID, ConstStr255Param fileNa
   spec->parID = static_cast<SInt32>(kc_as::NodeIdOf(dir));
   std::memcpy(spec->name, fileName, static_cast<size_t>(length) + 1);
   Item child;
-  return kc_as::ChildOf(dir, leaf, &child);
+  return ChildOfSpecName(dir, fileName + 1, length, &child);
 }
 
 OSErr FSMakeFSRefUnicode(const FSRef* parentRef, UniCharCount nameLength, const UniChar* name,

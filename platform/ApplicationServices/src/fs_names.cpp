@@ -5,7 +5,10 @@
 #include <unicode/ucnv.h>
 #include <unicode/unistr.h>
 #include <unicode/ustring.h>
+#include <unicode/utf16.h>
 
+#include <cstdio>
+#include <cstring>
 #include <memory>
 
 namespace kc_as {
@@ -102,6 +105,39 @@ bool MacRomanNameToPosix(const unsigned char* bytes, size_t count, std::string* 
   if (U_FAILURE(status) || n < 0) return false;
   u.resize(static_cast<size_t>(n));
   return UnicodeNameToPosix(reinterpret_cast<const UniChar*>(u.data()), u.size(), out);
+}
+
+std::string MangledMacRomanName(const std::string& posix, UInt32 nodeID) {
+  constexpr size_t kMaxMangled = 31;
+  constexpr size_t kMaxExtension = 5;  // the dot and up to four characters
+  std::u16string u;
+  if (!Utf8ToUtf16(ComposedUtf8(posix), &u)) u.clear();
+  SwapSeparators(&u);
+  Converter conv = OpenMacRoman();
+  std::string roman;
+  for (size_t i = 0; i < u.size(); ++i) {
+    const size_t n = U16_IS_LEAD(u[i]) && i + 1 < u.size() ? 2 : 1;
+    char byte = '_';
+    UErrorCode status = U_ZERO_ERROR;
+    if (conv && ucnv_fromUChars(conv.get(), &byte, 1, reinterpret_cast<const UChar*>(&u[i]), static_cast<int32_t>(n),
+                                &status) != 1) {
+      byte = '_';
+    }
+    if (U_FAILURE(status)) byte = '_';
+    roman.push_back(byte);
+    i += n - 1;
+  }
+  std::string extension;
+  size_t dot = roman.rfind('.');
+  if (dot != std::string::npos && dot > 0 && roman.size() - dot <= kMaxExtension) {
+    extension = roman.substr(dot);
+    roman.resize(dot);
+  }
+  char id[16];
+  snprintf(id, sizeof id, "#%X", static_cast<unsigned>(nodeID));
+  const size_t room = kMaxMangled - extension.size() - std::strlen(id);
+  if (roman.size() > room) roman.resize(room);
+  return roman + id + extension;
 }
 
 std::string ComposedUtf8(const std::string& utf8) {

@@ -19,6 +19,12 @@ bool UnicodeNameToPosix(const UniChar* units, size_t count, std::string* out);
 bool PosixNameToMacRoman(const std::string& posix, size_t maxBytes, std::string* out);
 bool MacRomanNameToPosix(const unsigned char* bytes, size_t count, std::string* out);
 
+// The short Mac OS Roman name Carbon shows in an FSSpec for a name that has
+// no Mac OS Roman form or is too long: as much of the name as fits (each
+// character without a Mac OS Roman byte as '_'), '#', the node ID in
+// hexadecimal, and a short extension, 31 bytes at most.
+std::string MangledMacRomanName(const std::string& posix, UInt32 nodeID);
+
 // The composed (NFC) form of UTF-8 text; the input unchanged when it is not
 // valid UTF-8.
 std::string ComposedUtf8(const std::string& utf8);

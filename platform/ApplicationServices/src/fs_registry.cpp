@@ -234,15 +234,25 @@ OSErr ResolveRef(const FSRef* ref, Item* item) {
   return noErr;
 }
 
-UInt32 NodeIdOf(const Item& item) {
-  if (item.isVolumeRoot) {
-    VolumeOf(item);
-    return fsRtDirID;
-  }
+namespace {
+
+UInt32 ComputeNodeId(const Item& item) {
+  if (item.isVolumeRoot) return fsRtDirID;
   UInt32 id = static_cast<UInt32>(item.st.st_ino);
   // HFS keeps IDs below 16 for the volume's own structures (1 is the parent
   // of the root, 2 the root); an ordinary item never reports one.
   if (id < 16) id |= 0x80000000u;
+  return id;
+}
+
+}  // namespace
+
+UInt32 NodeIdOf(const Item& item) {
+  const UInt32 id = ComputeNodeId(item);
+  if (item.isVolumeRoot) {
+    VolumeOf(item);
+    return id;
+  }
   Registry& r = TheRegistry();
   std::lock_guard<std::mutex> lock(r.mu);
   r.pathByNode[std::make_pair(item.st.st_dev, id)] = item.path;
@@ -334,6 +344,24 @@ OSErr ChildOf(const Item& dir, const std::string& posixName, Item* child) {
     candidate = JoinPath(dir.path, entry);
   }
   return ItemFromPath(candidate, child);
+}
+
+OSErr ChildWithNodeId(const Item& dir, UInt32 nodeID, Item* child) {
+  DIR* d = opendir(dir.path.c_str());
+  if (!d) return ErrnoToOSErr(errno);
+  OSErr result = fnfErr;
+  while (dirent* e = readdir(d)) {
+    const std::string name = e->d_name;
+    if (name == "." || name == "..") continue;
+    Item item;
+    if (ItemFromPath(JoinPath(dir.path, name), &item) == noErr && ComputeNodeId(item) == nodeID) {
+      *child = item;
+      result = noErr;
+      break;
+    }
+  }
+  closedir(d);
+  return result;
 }
 
 }  // namespace kc_as

@@ -49,6 +49,10 @@ OSErr ParentOf(const Item& item, Item* parent);
 // then regardless of normalisation); fnfErr when there is none.
 OSErr ChildOf(const Item& dir, const std::string& posixName, Item* child);
 
+// The existing item inside folder dir whose node ID is nodeID (found by
+// reading the folder); fnfErr when there is none.
+OSErr ChildWithNodeId(const Item& dir, UInt32 nodeID, Item* child);
+
 // The last path component of an item ("/" for the system root). A volume
 // root's Carbon name is the last component of its mount point.
 std::string LeafName(const Item& item);

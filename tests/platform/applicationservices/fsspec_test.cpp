@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -118,8 +119,6 @@ TEST_F(FSSpecTest, FSSpec_OfRootNamesTheVolumeRoot) {
 
 TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
   kc_test::TempDir dir;
-  // No Mac OS Roman form for these characters.
-  WriteFile(dir.file("\xE6\x97\xA5\xE6\x9C\xAC"), "");
   FSCatalogInfo folder = InfoOf(RefFor(dir.path()), kFSCatInfoNodeID | kFSCatInfoVolume);
   const SInt32 dirID = static_cast<SInt32>(folder.nodeID);
   FSSpec spec;
@@ -130,8 +129,7 @@ TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
   EXPECT_EQ(bdNamErr, FSMakeFSSpec(folder.volume, dirID, Name(Pascal("a:b")), &spec));
   EXPECT_EQ(paramErr, FSMakeFSSpec(folder.volume, dirID, Name(ok), nullptr));
 
-  FSRef ref = RefFor(dir.file("\xE6\x97\xA5\xE6\x9C\xAC"));
-  EXPECT_EQ(bdNamErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+  FSRef ref;
 
   FSSpec bad;
   std::memset(&bad, 0, sizeof bad);
@@ -150,6 +148,38 @@ TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
   FSCatalogInfo gone = InfoOf(RefFor(dir.file("gone")), kFSCatInfoNodeID);
   ASSERT_EQ(0, rmdir(dir.file("gone").c_str()));
   EXPECT_EQ(dirNFErr, FSMakeFSSpec(folder.volume, static_cast<SInt32>(gone.nodeID), Name(ok), &spec));
+}
+
+TEST_F(FSSpecTest, FSSpec_LongAndNonRomanNamesAreMangledAndFoundAgain) {
+  kc_test::TempDir dir;
+  // No Mac OS Roman form for these characters; and a name of 40 bytes.
+  const std::string japanese = dir.file("\xE6\x97\xA5\xE6\x9C\xAC.txt");
+  const std::string longName = dir.file(std::string(36, 'L') + ".dat");
+  WriteFile(japanese, "");
+  WriteFile(longName, "");
+  for (const std::string& path : {japanese, longName}) {
+    SCOPED_TRACE(path);
+    FSRef ref = RefFor(path);
+    const UInt32 nodeID = InfoOf(ref, kFSCatInfoNodeID).nodeID;
+    FSSpec spec;
+    ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+    const std::string name = SpecName(spec);
+    EXPECT_LE(name.size(), 31u);
+    char id[16];
+    snprintf(id, sizeof id, "#%X", static_cast<unsigned>(nodeID));
+    EXPECT_NE(std::string::npos, name.find(id)) << name;
+    EXPECT_EQ(path.substr(path.size() - 4), name.substr(name.size() - 4));  // the extension survives
+    FSRef back;
+    ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &back));
+    EXPECT_EQ(noErr, FSCompareFSRefs(&ref, &back));
+    // The same shape of name with another node ID names nothing.
+    spec.name[name.find('#') + 2] = spec.name[name.find('#') + 2] == '1' ? '2' : '1';
+    EXPECT_EQ(fnfErr, FSpMakeFSRef(&spec, &back));
+  }
+  FSSpec spec;
+  FSRef ref = RefFor(japanese);
+  ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, &spec, nullptr));
+  EXPECT_EQ("__#", SpecName(spec).substr(0, 3));
 }
 
 }  // namespace

@@ -144,7 +144,9 @@ _Static_assert(sizeof(FSSpec) == 70, "FSSpec is 70 bytes");
    receives the fields named in whichInfo, outName the item's name as stored
    (with POSIX ':' shown as '/', as Carbon names do; a volume root is named
    after its mount point, the system root "/"), fsSpec the item as parent
-   folder and Mac OS Roman name (bdNamErr when the name has no such form),
+   folder and Mac OS Roman name (a name longer than 31 bytes or without a
+   Mac OS Roman form is mangled: a prefix, '#', the node ID in hexadecimal,
+   the extension; FSpMakeFSRef accepts it),
    parentRef the folder holding it (all zero, invalid, for a volume root,
    whose node ID is 2 and parent ID 1). */
 FS_EXTERN OSErr FSGetCatalogInfo(const FSRef *ref, FSCatalogInfoBitmap whichInfo, FSCatalogInfo *catalogInfo,
