@@ -22,6 +22,19 @@ void SecretKey::CopyFrom(const SecretKey& other) {
   if (bytes_ && other.bytes_) memcpy(bytes_, other.bytes_, kKeyBytes);
 }
 
+namespace {
+SecretKey& ThreadKey() {
+  static thread_local SecretKey key;
+  return key;
+}
+}  // namespace
+
+ScratchKey::ScratchKey() : key_(ThreadKey()) {}
+
+ScratchKey::~ScratchKey() {
+  if (key_.ok()) sodium_memzero(key_.data(), kKeyBytes);
+}
+
 SecureBytes::~SecureBytes() {
   if (!v_.empty()) sodium_memzero(v_.data(), v_.size());
 }

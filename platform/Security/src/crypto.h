@@ -47,6 +47,21 @@ class SecureBytes {
   std::vector<unsigned char> v_;
 };
 
+// A per-thread key buffer for short uses, so that hot paths do not map fresh
+// guarded pages on every call; the guard wipes it when the use ends. Uses
+// must not nest.
+class ScratchKey {
+ public:
+  ScratchKey();
+  ~ScratchKey();
+  ScratchKey(const ScratchKey&) = delete;
+  ScratchKey& operator=(const ScratchKey&) = delete;
+  SecretKey& get() { return key_; }
+
+ private:
+  SecretKey& key_;
+};
+
 struct KdfParams {
   uint64_t opslimit = 0;
   uint64_t memlimit = 0;

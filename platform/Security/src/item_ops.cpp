@@ -56,15 +56,11 @@ OSStatus OpenSecret(SecKeychainRef kc, const ItemRow& row, SecureBytes* out) {
     out->Resize(0);
     return errSecSuccess;
   }
-  SecretKey key;
+  ScratchKey scratch;
+  SecretKey& key = scratch.get();
   if (!key.ok()) return errSecAllocate;
-  OSStatus status = ObtainKey(kc, &key);
-  if (status != errSecSuccess) return status;
   std::string uuid;
-  status = WithStore(kc, [&](Store& store) -> OSStatus {
-    uuid = store.header().uuid;
-    return errSecSuccess;
-  });
+  OSStatus status = ObtainKey(kc, &key, &uuid);
   if (status != errSecSuccess) return status;
   // A ciphertext that does not belong to this item fails here.
   if (!Unseal(key, row.sealed, ItemBinding(uuid, row.itemClass, row.id), out))
@@ -83,7 +79,8 @@ OSStatus AddItemTo(SecKeychainRef kc, ItemRow* row, const void* data, size_t len
     if (status != errSecSuccess) return status;
   }
   StampNew(row);
-  SecretKey key;
+  ScratchKey scratch;
+  SecretKey& key = scratch.get();
   OSStatus status = key.ok() ? ObtainKey(target, &key) : errSecAllocate;
   if (status == errSecSuccess) {
     status = WithStore(target, [&](Store& store) -> OSStatus {
@@ -106,7 +103,8 @@ OSStatus AddItemTo(SecKeychainRef kc, ItemRow* row, const void* data, size_t len
 OSStatus SaveItem(SecKeychainItemRef item, ItemRow* row, const void* data, size_t length,
                   bool replaceData) {
   SecKeychainRef kc = ItemKeychain(item);
-  SecretKey key;
+  ScratchKey scratch;
+  SecretKey& key = scratch.get();
   OSStatus status = key.ok() ? ObtainKey(kc, &key) : errSecAllocate;
   if (status != errSecSuccess) return status;
   return WithStore(kc, [&](Store& store) -> OSStatus {
@@ -121,7 +119,8 @@ OSStatus SaveItem(SecKeychainItemRef item, ItemRow* row, const void* data, size_
 
 OSStatus DeleteStoredItem(SecKeychainItemRef item) {
   SecKeychainRef kc = ItemKeychain(item);
-  SecretKey key;
+  ScratchKey scratch;
+  SecretKey& key = scratch.get();
   OSStatus status = key.ok() ? ObtainKey(kc, &key) : errSecAllocate;
   if (status != errSecSuccess) return status;
   return WithStore(kc, [&](Store& store) -> OSStatus { return store.Delete(ItemId(item)); });

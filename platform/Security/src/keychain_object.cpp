@@ -4,6 +4,7 @@
 #include <CoreFoundation/CFRuntime.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -20,7 +21,12 @@ struct KeychainImpl {
   std::unique_ptr<Store> store;
   dev_t dev = 0;
   ino_t ino = 0;
+  std::chrono::steady_clock::time_point checked;
 };
+
+// How long a look at the file stays good: a file deleted or replaced by
+// another process is noticed within this time, and hot paths skip a stat().
+constexpr auto kRecheckAfter = std::chrono::milliseconds(50);
 
 struct KeychainObject {
   CFRuntimeBase base;
@@ -89,11 +95,14 @@ const std::string& KeychainPath(SecKeychainRef kc) { return Impl(kc)->path; }
 OSStatus WithStore(SecKeychainRef kc, const std::function<OSStatus(Store&)>& fn) {
   KeychainImpl* k = Impl(kc);
   std::lock_guard<std::mutex> g(k->mu);
+  auto now = std::chrono::steady_clock::now();
+  if (k->store && now - k->checked < kRecheckAfter) return fn(*k->store);
   struct stat st;
   if (stat(k->path.c_str(), &st) != 0) {
     k->store.reset();
     return errSecNoSuchKeychain;
   }
+  k->checked = now;
   // A file replaced under the same path is opened afresh.
   if (k->store && (st.st_dev != k->dev || st.st_ino != k->ino)) k->store.reset();
   if (!k->store) {

@@ -31,7 +31,8 @@ OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t leng
 bool KeychainIsUnlocked(SecKeychainRef kc);
 // The keychain key for reading or writing secrets; asks the user when the
 // keychain is locked and interaction is allowed.
-OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key);
+// When `uuid` is given it receives the file's identity.
+OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid = nullptr);
 void LockKeychain(SecKeychainRef kc);
 
 // Associated data that binds a sealed secret to its keychain and item.

@@ -47,10 +47,11 @@ bool KeychainIsUnlocked(SecKeychainRef kc) {
   return unlocked;
 }
 
-OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key) {
+OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid) {
   bool have = false;
   OSStatus status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
+    if (uuid) *uuid = store.header().uuid;
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;
@@ -64,6 +65,7 @@ OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key) {
   if (status != errSecSuccess) return status;
   status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
+    if (uuid) *uuid = store.header().uuid;
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;

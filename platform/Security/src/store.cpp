@@ -52,7 +52,7 @@ std::string Column(sqlite3_stmt* st, int i) {
   return p && n > 0 ? std::string(static_cast<const char*>(p), size_t(n)) : std::string();
 }
 
-std::string SelectList(bool withSecret) {
+std::string BuildSelectList(bool withSecret) {
   std::string s = "id, class, ";
   s += withSecret ? "secret" : "secret IS NOT NULL";
   int n = 0;
@@ -62,6 +62,11 @@ std::string SelectList(bool withSecret) {
     s += attrs[i].column;
   }
   return s;
+}
+
+const std::string& SelectList(bool withSecret) {
+  static const std::string with = BuildSelectList(true), without = BuildSelectList(false);
+  return withSecret ? with : without;
 }
 
 int MapSqlite(int code) {

@@ -1,0 +1,159 @@
+// Keychain Services benchmarks: lookups at growing keychain sizes, durable
+// adds, full attribute walks, item queries returning every match, and
+// unlocking. Everything runs in a private folder, never the user's keychains.
+#include <Security/Security.h>
+#include <benchmark/benchmark.h>
+#include <sodium.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+std::string& Home() {
+  static std::string home = [] {
+    char tmpl[] = "/tmp/kc-bench-XXXXXX";
+    std::string dir = mkdtemp(tmpl);
+    setenv("HOME", dir.c_str(), 1);
+    setenv("XDG_DATA_HOME", (dir + "/data").c_str(), 1);
+    setenv("KEYCHAIN_HOME", (dir + "/user").c_str(), 1);
+    setenv("KEYCHAIN_SYSTEM_HOME", (dir + "/system").c_str(), 1);
+    setenv("KEYCHAIN_COMMON_HOME", (dir + "/common").c_str(), 1);
+    unsetenv("KEYCHAIN_ASKPASS");
+    return dir;
+  }();
+  return home;
+}
+
+std::string Account(long i) { return "account-" + std::to_string(i); }
+
+// A keychain holding n generic passwords, made once per run.
+SecKeychainRef Populated(long n) {
+  static std::map<long, SecKeychainRef> made;
+  auto it = made.find(n);
+  if (it != made.end()) return it->second;
+  setenv("KEYCHAIN_KDF_PROFILE", "minimal", 1);  // the unlock benchmark measures the real cost
+  std::string path = Home() + "/items-" + std::to_string(n) + ".keychain";
+  SecKeychainRef kc = nullptr;
+  SecKeychainCreate(path.c_str(), 5, "bench", false, nullptr, &kc);
+  unsetenv("KEYCHAIN_KDF_PROFILE");
+  for (long i = 0; i < n; ++i) {
+    std::string acct = Account(i), secret = "secret-" + std::to_string(i);
+    SecKeychainAddGenericPassword(kc, 7, "service", UInt32(acct.size()), acct.data(), UInt32(secret.size()),
+                                  secret.data(), nullptr);
+  }
+  made[n] = kc;
+  return kc;
+}
+
+long ResidentKiB() {
+  long pages = 0, resident = 0;
+  FILE* f = fopen("/proc/self/statm", "r");
+  if (f) {
+    if (fscanf(f, "%ld %ld", &pages, &resident) != 2) resident = 0;
+    fclose(f);
+  }
+  return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+void BM_FindGenericPassword(benchmark::State& state) {
+  long n = state.range(0);
+  SecKeychainRef kc = Populated(n);
+  std::mt19937 rng(42);
+  std::vector<std::string> accounts;
+  for (int i = 0; i < 4096; ++i) accounts.push_back(Account(long(rng() % uint32_t(n))));
+  size_t next = 0;
+  for (auto _ : state) {
+    const std::string& a = accounts[next++ & 4095];
+    UInt32 len = 0;
+    void* data = nullptr;
+    SecKeychainItemRef item = nullptr;
+    OSStatus s = SecKeychainFindGenericPassword(kc, 7, "service", UInt32(a.size()), a.data(), &len, &data, &item);
+    if (s != errSecSuccess) state.SkipWithError("find failed");
+    SecKeychainItemFreeContent(nullptr, data);
+    CFRelease(item);
+  }
+}
+BENCHMARK(BM_FindGenericPassword)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond)
+    ->Repetitions(5)->ReportAggregatesOnly(true);
+
+void BM_AddGenericPassword(benchmark::State& state) {
+  SecKeychainRef kc = Populated(0);
+  static long counter = 0;
+  for (auto _ : state) {
+    std::string acct = "added-" + std::to_string(counter++);
+    OSStatus s = SecKeychainAddGenericPassword(kc, 7, "service", UInt32(acct.size()), acct.data(), 6, "secret",
+                                               nullptr);
+    if (s != errSecSuccess) state.SkipWithError("add failed");
+  }
+}
+BENCHMARK(BM_AddGenericPassword)->Unit(benchmark::kMicrosecond)->Repetitions(3)->ReportAggregatesOnly(true);
+
+void BM_SearchWalk(benchmark::State& state) {
+  long n = state.range(0);
+  SecKeychainRef kc = Populated(n);
+  long growth = 0;
+  for (auto _ : state) {
+    long before = ResidentKiB(), peak = before;
+    SecKeychainSearchRef search = nullptr;
+    SecKeychainSearchCreateFromAttributes(kc, kSecGenericPasswordItemClass, nullptr, &search);
+    SecKeychainItemRef item = nullptr;
+    long seen = 0;
+    while (SecKeychainSearchCopyNext(search, &item) == errSecSuccess) {
+      CFRelease(item);
+      if ((++seen & 4095) == 0) peak = std::max(peak, ResidentKiB());
+    }
+    CFRelease(search);
+    if (seen != n) state.SkipWithError("walk missed items");
+    growth = std::max(growth, peak - before);
+  }
+  state.counters["rss_growth_KiB"] = double(growth);
+  state.counters["items"] = double(n);
+}
+BENCHMARK(BM_SearchWalk)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+void BM_CopyMatchingAllAttributes(benchmark::State& state) {
+  long n = state.range(0);
+  SecKeychainRef kc = Populated(n);
+  CFArrayRef list = CFArrayCreate(nullptr, (const void**)&kc, 1, &kCFTypeArrayCallBacks);
+  CFMutableDictionaryRef q = CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                       &kCFTypeDictionaryValueCallBacks);
+  CFDictionarySetValue(q, kSecClass, kSecClassGenericPassword);
+  CFDictionarySetValue(q, kSecMatchSearchList, list);
+  CFDictionarySetValue(q, kSecMatchLimit, kSecMatchLimitAll);
+  CFDictionarySetValue(q, kSecReturnAttributes, kCFBooleanTrue);
+  for (auto _ : state) {
+    CFTypeRef r = nullptr;
+    if (SecItemCopyMatching(q, &r) != errSecSuccess || CFArrayGetCount((CFArrayRef)r) != n)
+      state.SkipWithError("copy matching failed");
+    if (r) CFRelease(r);
+  }
+  CFRelease(q);
+  CFRelease(list);
+}
+BENCHMARK(BM_CopyMatchingAllAttributes)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond);
+
+void BM_Unlock(benchmark::State& state) {
+  static SecKeychainRef kc = [] {
+    std::string path = Home() + "/unlock.keychain";
+    SecKeychainRef k = nullptr;
+    SecKeychainCreate(path.c_str(), 5, "bench", false, nullptr, &k);
+    return k;
+  }();
+  for (auto _ : state) {
+    SecKeychainLock(kc);
+    if (SecKeychainUnlock(kc, 5, "bench", true) != errSecSuccess) state.SkipWithError("unlock failed");
+  }
+  state.counters["argon2id_ops"] = double(crypto_pwhash_OPSLIMIT_INTERACTIVE);
+  state.counters["argon2id_MiB"] = double(crypto_pwhash_MEMLIMIT_INTERACTIVE >> 20);
+}
+BENCHMARK(BM_Unlock)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
