@@ -133,12 +133,10 @@ void PixelSpan(CGFloat lo, CGFloat hi, size_t limit, size_t* first, size_t* end)
 // Calls paint(pixel) for each pixel whose centre is inside rect.
 template <typename Paint>
 void ForEachPixel(CGContext* c, CGRect rect, Paint paint) {
-  if (std::isnan(rect.origin.x) || std::isnan(rect.origin.y) || std::isnan(rect.size.width) ||
-      std::isnan(rect.size.height)) {
-    return;
-  }
   CGFloat x0 = rect.origin.x, x1 = rect.origin.x + rect.size.width;
   CGFloat y0 = rect.origin.y, y1 = rect.origin.y + rect.size.height;
+  // NaN anywhere (also infinity minus infinity) paints nothing.
+  if (std::isnan(x0) || std::isnan(x1) || std::isnan(y0) || std::isnan(y1)) return;
   if (x1 < x0) std::swap(x0, x1);
   if (y1 < y0) std::swap(y0, y1);
   size_t xFirst, xEnd, yFirst, yEnd;

@@ -156,7 +156,7 @@ bool ComputeIsVolumeRoot(const std::string& path, const struct stat& st) {
   if (path == "/") return true;
   struct stat parent;
   if (stat(ParentPath(path).c_str(), &parent) != 0) return false;
-  return parent.st_dev != st.st_dev || (parent.st_ino == st.st_ino);
+  return parent.st_dev != st.st_dev;
 }
 
 // The mount point of the file system holding path: the highest folder
@@ -305,6 +305,7 @@ OSErr FindDirectory(FSVolumeRefNum vRefNum, SInt32 dirID, Item* dir) {
         dev = v.dev;
         root = v.root;
         known = true;
+        break;
       }
     }
   }
