@@ -7,6 +7,7 @@
 // memory.
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
 #include "runtime.h"
 
@@ -14,7 +15,13 @@ namespace plugin_host {
 
 namespace {
 Runtime* gCurrent = nullptr;
+// Every runtime alive, so that a Host destroyed after a later one never
+// makes a destroyed one current again.
+std::set<Runtime*>& LiveRuntimes() {
+  static std::set<Runtime*> live;
+  return live;
 }
+}  // namespace
 
 Runtime* Runtime::Current() { return gCurrent; }
 void Runtime::SetCurrent(Runtime* rt) { gCurrent = rt; }
@@ -22,13 +29,16 @@ void Runtime::SetCurrent(Runtime* rt) { gCurrent = rt; }
 Runtime::Runtime(HostOptions options) : options_(std::move(options)) {
   previous_ = gCurrent;
   gCurrent = this;
+  LiveRuntimes().insert(this);
   AddBuiltinClasses();
 }
 
 Runtime::~Runtime() {
-  ClearPending();
-  // Values still held inside live objects refer to records freed below; drop
-  // them without running any plug-in code.
+  // Values still held inside live objects (and a pending exception) refer to
+  // records freed below; drop them without running any plug-in code: locks
+  // and releases are ignored from here on.
+  tearingDown_ = true;
+  pending_ = nullptr;
   for (auto& [p, st] : objects_) {
     st->entries.clear();
     st->message = Value();
@@ -38,7 +48,8 @@ Runtime::~Runtime() {
   for (auto& [p, s] : strings_) std::free(s->rec.buffer);
   objects_.clear();
   strings_.clear();
-  if (gCurrent == this) gCurrent = previous_;
+  LiveRuntimes().erase(this);
+  if (gCurrent == this) gCurrent = LiveRuntimes().count(previous_) ? previous_ : nullptr;
 }
 
 void Runtime::AddBuiltinClasses() {
@@ -173,7 +184,7 @@ bool Runtime::IsA(const ObjState* st, const ClassDef* cls) const {
 }
 
 void Runtime::LockObject(REALobject obj) {
-  if (obj == nullptr) return;
+  if (obj == nullptr || tearingDown_) return;
   auto it = objects_.find(obj);
   if (it == objects_.end()) {
     ++badReleases;
@@ -189,7 +200,7 @@ void Runtime::LockObject(REALobject obj) {
 }
 
 void Runtime::UnlockObject(REALobject obj) {
-  if (obj == nullptr) return;
+  if (obj == nullptr || tearingDown_) return;
   auto it = objects_.find(obj);
   if (it == objects_.end()) {
     ++badReleases;

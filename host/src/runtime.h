@@ -217,6 +217,7 @@ class Runtime {
   std::unordered_map<const void*, std::unique_ptr<ObjState>> objects_;  // live and released
   std::unordered_map<const void*, std::unique_ptr<StrRec>> strings_;
   REALobject pending_ = nullptr;
+  bool tearingDown_ = false;
   uint64_t callSerial_ = 0;     // counts calls into plug-in methods
   uint64_t pendingSerial_ = 0;  // the call that raised pending_
 };

@@ -49,7 +49,7 @@ StrRec* Runtime::Str(const void* s, bool quiet) const {
 }
 
 void Runtime::LockString(REALstring s) {
-  if (s == nullptr) return;
+  if (s == nullptr || tearingDown_) return;
   auto it = strings_.find(s);
   if (it == strings_.end() || it->second->dead) {
     ++badReleases;
@@ -60,7 +60,7 @@ void Runtime::LockString(REALstring s) {
 }
 
 void Runtime::UnlockString(REALstring s) {
-  if (s == nullptr) return;
+  if (s == nullptr || tearingDown_) return;
   auto it = strings_.find(s);
   if (it == strings_.end()) {
     ++badReleases;

@@ -6,6 +6,9 @@
 #include <fstream>
 
 #include "probe_host.h"
+#ifdef HOST_TEST_WITH_PLATFORM
+#include <CoreFoundation/CoreFoundation.h>
+#endif
 #include "support/temp_dir.h"
 
 namespace host_test {
@@ -239,6 +242,25 @@ TEST_F(HostValues, FolderItemsTravelThroughFileManagerRecords) {
   EXPECT_EQ(host().FolderItemPath(Shared("FirstEntry(f as FolderItem) as FolderItem", {folder})), existing);
   EXPECT_TRUE(Shared("FirstEntry(f as FolderItem) as FolderItem", {nowhere}).isNil());
   EXPECT_TRUE(host().GetProperty(host().FolderItem(existing), "Exists").value.boolean());
+}
+
+TEST_F(HostValues, WrapperStandInsCarryTheTagAndReleaseWhatTheyHold) {
+  HostOptions opt;
+  opt.standIns = {{"CFObjectZNQ", true, 8 * sizeof(void*)}, {"CGImageZNQ", false, 8 * sizeof(void*)}};
+  StartHost(opt);
+  Value wrapper = Shared("Make(className as string) as Object", {Text("CFObjectZNQ")});
+  ASSERT_FALSE(wrapper.isNil());
+  RBWord* words = reinterpret_cast<RBWord*>(host().InstanceData(wrapper));
+  EXPECT_EQ(words[2], 0x52424346u);
+  EXPECT_EQ(words[0], 0u);
+  // What a plug-in stores in word 0 the stand-in releases when it goes; the
+  // fixture's CoreFoundation count proves it.
+  CFStringRef held = CFStringCreateWithCString(nullptr, "held", kCFStringEncodingUTF8);
+  words[0] = reinterpret_cast<RBWord>(held);
+  wrapper.reset();
+  Value image = host().NewInstance("cgimageznq");
+  EXPECT_EQ(reinterpret_cast<RBWord*>(host().InstanceData(image))[2], 0u);
+  EXPECT_TRUE(host().NewInstance("CTFontZNQ").isNil());  // not a stand-in here
 }
 #endif
 
