@@ -22,8 +22,8 @@ CG_EXTERN void CGContextSetFillColorWithColor(CGContextRef c, CGColorRef color);
 /* Paints the pixels whose centres lie inside rect (origin at the lower
    left), blending the fill colour over them. */
 CG_EXTERN void CGContextFillRect(CGContextRef c, CGRect rect);
-/* Sets the pixels whose centres lie inside rect to transparent (or black
-   where the format has no alpha). */
+/* Sets every byte of the pixels whose centres lie inside rect to zero:
+   transparent where the format has alpha. */
 CG_EXTERN void CGContextClearRect(CGContextRef c, CGRect rect);
 
 CG_EXTERN_C_END
