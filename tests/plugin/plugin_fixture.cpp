@@ -5,32 +5,12 @@
 
 namespace kc_plugin_test {
 
-CFLiveCounts::CFLiveCounts() {
-  const CFTypeID max = CFLiveObjectsGetMaxTypeID();
-  for (CFTypeID id = 0; id <= max; ++id) counts_.push_back(id == 0 ? 0 : CFLiveObjectsGetCount(id));
-}
-
-std::vector<std::string> CFLiveCounts::ChangedSince() const {
-  std::vector<std::string> changed;
-  const CFTypeID max = CFLiveObjectsGetMaxTypeID();
-  for (CFTypeID id = 1; id <= max; ++id) {
-    const CFIndex before = id < counts_.size() ? counts_[id] : 0;
-    const CFIndex now = CFLiveObjectsGetCount(id);
-    if (before != now) {
-      const char *name = CFLiveObjectsGetTypeName(id);
-      changed.push_back(std::string(name ? name : "?") + ": " + std::to_string(before) + " -> " +
-                        std::to_string(now));
-    }
-  }
-  return changed;
-}
-
 void PluginTest::SetUp() { StartHost(HostOptions()); }
 
 void PluginTest::StartHost(const HostOptions &options) {
   if (host_) ExpectNothingLeaked();
   host_.reset();
-  cfBefore_ = std::make_unique<CFLiveCounts>();
+  cfBefore_ = std::make_unique<kc_test::CFLiveObjectsSnapshot>();
   host_ = std::make_unique<Host>(options);
   std::string error;
   ASSERT_TRUE(host_->Load(KC_PLUGIN_PATH, &error)) << error;
@@ -48,8 +28,7 @@ void PluginTest::ExpectNothingLeaked() {
   EXPECT_EQ(host_->LiveStrings(), baseStrings_) << "host strings leaked";
   EXPECT_EQ(host_->BadReleases(), 0u);
   for (const std::string &problem : host_->Problems()) ADD_FAILURE() << problem;
-  for (const std::string &leak : cfBefore_->ChangedSince())
-    ADD_FAILURE() << "CoreFoundation objects leaked: " << leak;
+  EXPECT_EQ(cfBefore_->DiffNow(), "") << "CoreFoundation objects leaked";
 }
 
 Value PluginTest::Shared(const std::string &declaration, const std::vector<Arg> &args) {

@@ -3,7 +3,6 @@
 // and no CoreFoundation object.
 #pragma once
 
-#include <CoreFoundation/CFLiveObjects.h>
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "plugin_host/host.h"
+#include "support/cf_live_objects.h"
 #include "support/scoped_env.h"
 
 namespace kc_plugin_test {
@@ -22,17 +22,6 @@ using plugin_host::HostOptions;
 using plugin_host::Value;
 
 constexpr const char *kModule = "KeychainManagerZNQ";
-
-// Live CoreFoundation objects per type at one moment.
-class CFLiveCounts {
- public:
-  CFLiveCounts();
-  // Types whose count differs from now, as "Name: before -> now".
-  std::vector<std::string> ChangedSince() const;
-
- private:
-  std::vector<CFIndex> counts_;
-};
 
 // A test with a fresh keychain home and a host that has loaded the plug-in.
 // TearDown checks that the host holds no more values than after loading and
@@ -74,7 +63,7 @@ class PluginTest : public ::testing::Test {
   std::unique_ptr<Host> host_;
   size_t baseObjects_ = 0;
   size_t baseStrings_ = 0;
-  std::unique_ptr<CFLiveCounts> cfBefore_;
+  std::unique_ptr<kc_test::CFLiveObjectsSnapshot> cfBefore_;
 };
 
 }  // namespace kc_plugin_test
