@@ -16,10 +16,13 @@ namespace {
 
 using CGFontTest = LiveObjectsTest;
 
+// The bytes are copied into a buffer of exactly their size, so that the
+// address sanitizer sees any read past the end.
 CGFontRef FontFrom(const std::vector<uint8_t>& bytes) {
-  CFDataRef data = CFDataCreate(kCFAllocatorDefault, bytes.data(), static_cast<CFIndex>(bytes.size()));
-  CGDataProviderRef provider = CGDataProviderCreateWithCFData(data);
-  CFRelease(data);
+  void* exact = std::malloc(bytes.empty() ? 1 : bytes.size());
+  if (!bytes.empty()) std::memcpy(exact, bytes.data(), bytes.size());
+  CGDataProviderRef provider = CGDataProviderCreateWithData(exact, exact, bytes.size(),
+                                                            [](void* info, const void*, size_t) { std::free(info); });
   CGFontRef font = CGFontCreateWithDataProvider(provider);
   CGDataProviderRelease(provider);
   return font;
@@ -72,23 +75,16 @@ TEST_F(CGFontTest, CGFont_MacRomanNameIsUsedWhenNoUnicodeNameExists) {
 
 TEST_F(CGFontTest, CGFont_DamagedDataIsRefused) {
   const std::vector<uint8_t> good = BuildTestFont(TestFontOptions());
-  // Every truncation of the file: copied into an exactly sized buffer so
-  // that the address sanitizer sees any read past the end.
+  // Every truncation of the file. The name table is optional: cutting into
+  // it may still leave a font.
   for (size_t n = 0; n < good.size(); ++n) {
-    void* exact = std::malloc(n == 0 ? 1 : n);
-    std::memcpy(exact, good.data(), n);
-    CGDataProviderRef provider = CGDataProviderCreateWithData(exact, exact, n, [](void* info, const void*, size_t) {
-      std::free(info);
-    });
-    CGFontRef font = CGFontCreateWithDataProvider(provider);
-    // The name table is optional; cutting into it may still leave a font.
+    CGFontRef font = FontFrom(std::vector<uint8_t>(good.begin(), good.begin() + static_cast<long>(n)));
     if (font) {
       EXPECT_GE(n, 12u + 3 * 16 + 54 + 6) << "accepted with " << n << " bytes";
       CFStringRef name = CGFontCopyPostScriptName(font);
       if (name) CFRelease(name);
     }
     CGFontRelease(font);
-    CGDataProviderRelease(provider);
   }
   std::vector<uint8_t> bad = good;
   bad[0] = 0x7F;  // not an sfnt version
@@ -96,6 +92,18 @@ TEST_F(CGFontTest, CGFont_DamagedDataIsRefused) {
   bad = good;
   bad[12 + 8] = 0x7F;  // 'head' offset far past the end
   EXPECT_EQ(nullptr, FontFrom(bad));
+  // A name table claiming more records than it holds: the font is usable,
+  // the records past the table are not read.
+  TestFontOptions nameless;
+  nameless.hasWindowsName = false;
+  bad = BuildTestFont(nameless);
+  const size_t nameTable = 12 + 3 * 16 + 54 + 6;
+  bad[nameTable + 2] = 0xFF;
+  bad[nameTable + 3] = 0xFF;
+  CGFontRef font = FontFrom(bad);
+  ASSERT_NE(nullptr, font);
+  EXPECT_EQ(nullptr, CGFontCopyPostScriptName(font));
+  CGFontRelease(font);
   TestFontOptions tiny;
   tiny.unitsPerEm = 8;
   EXPECT_EQ(nullptr, FontFrom(BuildTestFont(tiny)));

@@ -134,6 +134,32 @@ TEST_F(FSRefTest, FSGetCatalogInfo_RootIsNodeTwoWithoutParent) {
   EXPECT_NE(noErr, FSGetCatalogInfo(&parent, kFSCatInfoNone, nullptr, &name, nullptr, nullptr));
 }
 
+TEST_F(FSRefTest, FSGetCatalogInfo_EveryMountPointIsTheRootOfItsVolume) {
+  struct stat rootStat;
+  ASSERT_EQ(0, stat("/", &rootStat));
+  int checked = 0;
+  for (const char* path : {"/proc", "/sys", "/dev"}) {
+    struct stat st;
+    if (stat(path, &st) != 0 || st.st_dev == rootStat.st_dev) continue;  // not a mount point here
+    SCOPED_TRACE(path);
+    ++checked;
+    FSRef ref = RefFor(path);
+    FSCatalogInfo info;
+    HFSUniStr255 name;
+    FSSpec spec;
+    ASSERT_EQ(noErr, FSGetCatalogInfo(&ref, kFSCatInfoNodeID | kFSCatInfoParentDirID | kFSCatInfoVolume, &info,
+                                      &name, &spec, nullptr));
+    EXPECT_EQ(2u, info.nodeID);
+    EXPECT_EQ(1u, info.parentDirID);
+    EXPECT_NE(InfoOf(RefFor("/"), kFSCatInfoVolume).volume, info.volume);
+    EXPECT_EQ(std::u16string(path + 1, path + std::strlen(path)), NameOf(name));
+    FSRef back;
+    ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &back));
+    EXPECT_EQ(path, PathOf(back));
+  }
+  if (checked == 0) GTEST_SKIP() << "no separate file systems mounted";
+}
+
 TEST_F(FSRefTest, FSGetCatalogInfo_ReportsIdsNameSizesAndParent) {
   kc_test::TempDir dir;
   MakeFolder(dir.file("sub"));
