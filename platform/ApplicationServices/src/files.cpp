@@ -143,6 +143,31 @@ OSErr FillName(const Item& item, HFSUniStr255* out) {
   return noErr;
 }
 
+// Follows a partial pathname (":a:b", "::b", ":a:") from *dir: each name
+// before a ':' enters that folder, each empty one goes up a level. Leaves
+// *dir at the last folder and *name at what follows the last ':' (empty when
+// the path names that folder itself).
+OSErr WalkPartialPath(Item* dir, std::string* name) {
+  std::string rest = name->substr(1);
+  size_t colon;
+  while ((colon = rest.find(':')) != std::string::npos) {
+    const std::string component = rest.substr(0, colon);
+    rest.erase(0, colon + 1);
+    Item next;
+    if (component.empty()) {
+      if (dir->isVolumeRoot || kc_as::ParentOf(*dir, &next) != noErr) return dirNFErr;
+    } else if (component.size() > 63 ||
+               ChildOfSpecName(*dir, reinterpret_cast<const unsigned char*>(component.data()), component.size(),
+                               &next) != noErr ||
+               !S_ISDIR(next.st.st_mode)) {
+      return dirNFErr;
+    }
+    *dir = next;
+  }
+  *name = rest;
+  return noErr;
+}
+
 // An FSSpec holds the parent folder's node ID and the item's Mac OS Roman
 // name.
 OSErr FillSpec(const Item& item, FSSpec* spec) {
@@ -247,19 +272,24 @@ OSErr FSMakeFSSpec(FSVolumeRefNum vRefNum, SInt32 dirID, ConstStr255Param fileNa
   OSErr err = kc_as::FindDirectory(vRefNum, dirID, &dir);
   if (err != noErr) return err;
   if (!S_ISDIR(dir.st.st_mode)) return dirNFErr;
-  if (!fileName || fileName[0] == 0) return FillSpec(dir, spec);
-
-  const unsigned char length = fileName[0];
-  // Partial paths (names holding the ':' separator) are not supported here.
-  if (length > 63 || std::memchr(fileName + 1, ':', length) != nullptr) return bdNamErr;
+  std::string name = fileName ? std::string(reinterpret_cast<const char*>(fileName + 1), fileName[0]) : "";
+  if (name.find(':') != std::string::npos) {
+    // Full pathnames start with a volume name, which Linux volumes lack.
+    if (name[0] != ':') return bdNamErr;
+    if ((err = WalkPartialPath(&dir, &name)) != noErr) return err;
+  }
+  if (name.empty()) return FillSpec(dir, spec);
+  if (name.size() > 63) return bdNamErr;
+  const auto* bytes = reinterpret_cast<const unsigned char*>(name.data());
   std::string leaf;
-  if (!kc_as::MacRomanNameToPosix(fileName + 1, length, &leaf)) return bdNamErr;
+  if (!kc_as::MacRomanNameToPosix(bytes, name.size(), &leaf)) return bdNamErr;
   std::memset(spec, 0, sizeof *spec);
   spec->vRefNum = kc_as::VolumeOf(dir);
   spec->parID = static_cast<SInt32>(kc_as::NodeIdOf(dir));
-  std::memcpy(spec->name, fileName, static_cast<size_t>(length) + 1);
+  spec->name[0] = static_cast<unsigned char>(name.size());
+  std::memcpy(spec->name + 1, name.data(), name.size());
   Item child;
-  return ChildOfSpecName(dir, fileName + 1, length, &child);
+  return ChildOfSpecName(dir, bytes, name.size(), &child);
 }
 
 OSErr FSMakeFSRefUnicode(const FSRef* parentRef, UniCharCount nameLength, const UniChar* name,

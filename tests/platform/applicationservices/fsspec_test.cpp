@@ -84,6 +84,40 @@ TEST_F(FSSpecTest, FSMakeFSSpec_EmptyNameSpecifiesTheFolderItself) {
   EXPECT_EQ(Canonical(dir.file("inner")), PathOf(ref));
 }
 
+TEST_F(FSSpecTest, FSMakeFSSpec_PartialPathsWalkDownAndUp) {
+  kc_test::TempDir dir;
+  MakeFolder(dir.file("sub"));
+  WriteFile(dir.file("sub/file"), "");
+  WriteFile(dir.file("top"), "");
+  FSCatalogInfo outer = InfoOf(RefFor(dir.path()), kFSCatInfoNodeID | kFSCatInfoVolume);
+  FSCatalogInfo sub = InfoOf(RefFor(dir.file("sub")), kFSCatInfoNodeID);
+  const SInt32 outerID = static_cast<SInt32>(outer.nodeID), subID = static_cast<SInt32>(sub.nodeID);
+  FSSpec spec;
+  FSRef ref;
+
+  ASSERT_EQ(noErr, FSMakeFSSpec(outer.volume, outerID, Name(Pascal(":sub:file")), &spec));
+  EXPECT_EQ(subID, SInt32{spec.parID});
+  EXPECT_EQ("file", SpecName(spec));
+  ASSERT_EQ(noErr, FSpMakeFSRef(&spec, &ref));
+  EXPECT_EQ(Canonical(dir.file("sub/file")), PathOf(ref));
+
+  // One level up from sub, to a file there and to one not made yet.
+  ASSERT_EQ(noErr, FSMakeFSSpec(outer.volume, subID, Name(Pascal("::top")), &spec));
+  EXPECT_EQ(outerID, SInt32{spec.parID});
+  EXPECT_EQ(fnfErr, FSMakeFSSpec(outer.volume, subID, Name(Pascal("::later")), &spec));
+  EXPECT_EQ(outerID, SInt32{spec.parID});
+  EXPECT_EQ("later", SpecName(spec));
+
+  // A trailing ':' names the folder itself; ":file" is a plain leaf.
+  ASSERT_EQ(noErr, FSMakeFSSpec(outer.volume, outerID, Name(Pascal(":sub:")), &spec));
+  EXPECT_EQ("sub", SpecName(spec));
+  EXPECT_EQ(outerID, SInt32{spec.parID});
+  EXPECT_EQ(noErr, FSMakeFSSpec(outer.volume, subID, Name(Pascal(":file")), &spec));
+
+  EXPECT_EQ(dirNFErr, FSMakeFSSpec(outer.volume, outerID, Name(Pascal(":nope:file")), &spec));
+  EXPECT_EQ(dirNFErr, FSMakeFSSpec(outer.volume, outerID, Name(Pascal(":top:file")), &spec));  // a file
+}
+
 TEST_F(FSSpecTest, FSMakeFSSpec_ZeroVolumeAndFolderMeanTheWorkingFolder) {
   kc_test::TempDir dir;
   WriteFile(dir.file("here"), "");
@@ -126,7 +160,7 @@ TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
   EXPECT_EQ(nsvErr, FSMakeFSSpec(12345, dirID, Name(ok), &spec));
   EXPECT_EQ(dirNFErr, FSMakeFSSpec(folder.volume, 0x7FFFFFF0, Name(ok), &spec));
   EXPECT_EQ(bdNamErr, FSMakeFSSpec(folder.volume, dirID, Name(Pascal(std::string(64, 'x'))), &spec));
-  EXPECT_EQ(bdNamErr, FSMakeFSSpec(folder.volume, dirID, Name(Pascal("a:b")), &spec));
+  EXPECT_EQ(bdNamErr, FSMakeFSSpec(folder.volume, dirID, Name(Pascal("Volume:b")), &spec));  // full pathname
   EXPECT_EQ(paramErr, FSMakeFSSpec(folder.volume, dirID, Name(ok), nullptr));
 
   FSRef ref;

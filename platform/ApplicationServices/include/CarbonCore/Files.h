@@ -160,8 +160,10 @@ FS_EXTERN OSErr FSpMakeFSRef(const FSSpec *source, FSRef *newRef) FS_WEAK_IMPORT
    with dirID 0 is the current working folder; dirID 0 with a volume is its
    root. An empty or NULL name gives the folder itself. When the folder
    exists but the leaf does not, the FSSpec is filled in all the same and the
-   result is fnfErr. Names are leaf names: partial paths (holding ':') give
-   bdNamErr, as do names longer than 63 bytes. */
+   result is fnfErr. fileName may be a partial pathname relative to that
+   folder (":a:b", "::b" one level up, ":a:" the folder a itself; dirNFErr
+   when a folder on the way is missing); full pathnames, which begin with a
+   volume name, and leaf names longer than 63 bytes give bdNamErr. */
 FS_EXTERN OSErr FSMakeFSSpec(FSVolumeRefNum vRefNum, SInt32 dirID, ConstStr255Param fileName,
                              FSSpec *spec) FS_WEAK_IMPORT;
 
