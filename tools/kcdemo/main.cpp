@@ -134,6 +134,19 @@ int Run(Demo &d) {
   d.Report("  its path", d.ObjectStatus(keychain), d.Text(path));
   Value name = d.Method(keychain, "Name as string");
   d.Report("  its name", d.ObjectStatus(keychain), d.Text(name));
+  // Unlocking lasts for one process. The keychain made on first use has an
+  // empty password; any other is unlocked by asking the user.
+  if (!d.Method(keychain, "IsUnlocked as boolean").boolean()) {
+    d.Method(keychain, "Unlock(password as string)", {d.Str("")});
+    RBInteger status = d.ObjectStatus(keychain);
+    if (status != 0) {
+      std::printf("%-44s status %-7ld %s\n", "Unlock with an empty password", static_cast<long>(status),
+                  d.Message(status).c_str());
+      d.Method(keychain, "Unlock");
+      status = d.ObjectStatus(keychain);
+    }
+    d.Report("Unlock the default keychain", status);
+  }
   Value version = d.Shared("Version as integer");
   d.Report("Keychain Services version", d.LastError(), std::to_string(version.integer()));
   RemoveLeftovers(d, keychain);
