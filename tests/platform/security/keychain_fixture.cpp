@@ -22,12 +22,12 @@ void KeychainTest::SetUp() {
   }
   SecKeychainSetUserInteractionAllowed(true);
   SecKeychainSetPreferenceDomain(kSecPreferencesDomainUser);
-  liveAtStart_ = CFLiveObjectsGetTotalCount();
+  live_ = std::make_unique<kc_test::CFLiveObjectsSnapshot>();
 }
 
 void KeychainTest::TearDown() {
   SecKeychainLockAll();
-  EXPECT_EQ(CFLiveObjectsGetTotalCount(), liveAtStart_) << "CoreFoundation objects leaked";
+  EXPECT_EQ(live_->DiffNow(), "") << "objects outlived the test";
   env_.reset();
   home_.reset();
 }

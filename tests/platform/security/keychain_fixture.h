@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "support/cf_live_objects.h"
 #include "support/scoped_env.h"
 
 namespace sectest {
@@ -27,7 +28,7 @@ class KeychainTest : public ::testing::Test {
  private:
   std::unique_ptr<kc_test::IsolatedKeychainHome> home_;
   std::unique_ptr<kc_test::ScopedEnv> env_;
-  CFIndex liveAtStart_ = 0;
+  std::unique_ptr<kc_test::CFLiveObjectsSnapshot> live_;
 };
 
 // Reads a whole file; empty when it cannot be read.
