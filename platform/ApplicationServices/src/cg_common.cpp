@@ -14,7 +14,7 @@ void* CreateCGInstance(CFTypeID typeID, size_t size) {
 bool IsKind(const void* cf, CFTypeID typeID) { return cf != nullptr && CFGetTypeID(cf) == typeID; }
 
 void ConvertColor(CGColorSpaceModel from, const CGFloat* in, CGColorSpaceModel to, CGFloat* out) {
-  // Everything passes through RGB, with the device conversions of PostScript
+  // Everything passes through RGB, with the classic device conversions
   // (gray from weighted RGB, black generation from the darkest channel).
   CGFloat rgb[3] = {0, 0, 0};
   switch (from) {

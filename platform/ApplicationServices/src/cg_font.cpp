@@ -1,4 +1,5 @@
-// CGFont: a TrueType or OpenType font read from a data provider. The table
+// CGFont: an sfnt font (the outline font format Apple defined) read from a
+// data provider. The table
 // directory, 'head' and 'maxp' are checked when the font is made; the
 // PostScript name comes from the 'name' table.
 #include <CoreGraphics/CGFont.h>
@@ -66,8 +67,9 @@ bool FindTable(const Reader& r, UInt32 tag, Table* table) {
   return false;
 }
 
-// nameID 6. Windows Unicode records are UTF-16 big-endian, Macintosh Roman
-// ones single bytes; Windows is preferred, as it is the more common.
+// nameID 6. Records of platforms 0 and 3 are UTF-16 big-endian, those of
+// platform 1 encoding 0 Mac OS Roman bytes; UTF-16 is preferred, as it is
+// the more common and holds any name.
 CFStringRef CopyPostScriptName(const Reader& r, const Table& name) {
   if (name.length < 6) return nullptr;
   const size_t count = r.U16(name.offset + 2);

@@ -1,4 +1,4 @@
-// Name conversions between POSIX file names and Carbon names, over ICU.
+// Name conversions between POSIX file names and Carbon names.
 #include "fs_names.h"
 
 #include <unicode/normalizer2.h>

@@ -1,4 +1,4 @@
-// CGFont: reading TrueType data, its PostScript name and metrics, and
+// CGFont: reading sfnt font data, its PostScript name and metrics, and
 // refusing damaged data without reading past it.
 #include <CoreGraphics/CoreGraphics.h>
 #include <gtest/gtest.h>
@@ -55,9 +55,9 @@ TEST_F(CGFontTest, CGFont_ReadsPostScriptNameUnitsAndGlyphCount) {
 
 TEST_F(CGFontTest, CGFont_MacRomanNameIsUsedWhenNoUnicodeNameExists) {
   TestFontOptions options;
-  options.hasWindowsName = false;
-  options.hasMacName = true;
-  options.macName = "Caf\x8E-Bold";  // 0x8E is U+00E9 in Mac OS Roman
+  options.hasUnicodeName = false;
+  options.hasRomanName = true;
+  options.romanName = "Caf\x8E-Bold";  // 0x8E is U+00E9 in Mac OS Roman
   CGFontRef font = FontFrom(BuildTestFont(options));
   ASSERT_NE(nullptr, font);
   CFStringRef name = CGFontCopyPostScriptName(font);
@@ -66,7 +66,7 @@ TEST_F(CGFontTest, CGFont_MacRomanNameIsUsedWhenNoUnicodeNameExists) {
   CFRelease(name);
   CGFontRelease(font);
 
-  options.hasMacName = false;
+  options.hasRomanName = false;
   font = FontFrom(BuildTestFont(options));
   ASSERT_NE(nullptr, font);
   EXPECT_EQ(nullptr, CGFontCopyPostScriptName(font));
@@ -95,7 +95,7 @@ TEST_F(CGFontTest, CGFont_DamagedDataIsRefused) {
   // A name table claiming more records than it holds: the font is usable,
   // the records past the table are not read.
   TestFontOptions nameless;
-  nameless.hasWindowsName = false;
+  nameless.hasUnicodeName = false;
   bad = BuildTestFont(nameless);
   const size_t nameTable = 12 + 3 * 16 + 54 + 6;
   bad[nameTable + 2] = 0xFF;

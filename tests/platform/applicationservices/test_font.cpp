@@ -1,4 +1,4 @@
-// Small TrueType files for the font tests.
+// Small sfnt font files for the font tests.
 #include "test_font.h"
 
 namespace kc_as_test {
@@ -20,10 +20,10 @@ std::vector<uint8_t> NameTable(const TestFontOptions& options) {
     std::vector<uint8_t> bytes;
   };
   std::vector<Record> records;
-  if (options.hasMacName) records.push_back({1, 0, 0, std::vector<uint8_t>(options.macName.begin(), options.macName.end())});
-  if (options.hasWindowsName) {
+  if (options.hasRomanName) records.push_back({1, 0, 0, std::vector<uint8_t>(options.romanName.begin(), options.romanName.end())});
+  if (options.hasUnicodeName) {
     std::vector<uint8_t> utf16;
-    for (char16_t c : options.windowsName) Put16(&utf16, c);
+    for (char16_t c : options.unicodeName) Put16(&utf16, c);
     records.push_back({3, 1, 0x409, utf16});
   }
   std::vector<uint8_t> t;

@@ -1,4 +1,4 @@
-// Builds small TrueType files for the font tests.
+// Builds small sfnt font files for the font tests.
 #pragma once
 
 #include <cstdint>
@@ -10,10 +10,10 @@ namespace kc_as_test {
 struct TestFontOptions {
   int unitsPerEm = 1000;
   int glyphCount = 3;
-  bool hasWindowsName = true;
-  std::u16string windowsName = u"TestSans-Regular";
-  bool hasMacName = false;
-  std::string macName;  // Mac OS Roman bytes
+  bool hasUnicodeName = true;  // platform 3, UTF-16 big-endian
+  std::u16string unicodeName = u"TestSans-Regular";
+  bool hasRomanName = false;  // platform 1, Mac OS Roman bytes
+  std::string romanName;
 };
 
 // An sfnt with 'head', 'maxp' and 'name' tables.

@@ -1,4 +1,4 @@
-/* Fonts read from TrueType and OpenType data. */
+/* Fonts read from sfnt font data. */
 #ifndef KC_CGFONT_H
 #define KC_CGFONT_H
 
@@ -11,8 +11,8 @@ typedef struct CGFont *CGFontRef;
 typedef unsigned short CGGlyph;
 
 CG_EXTERN CFTypeID CGFontGetTypeID(void) CG_WEAK_IMPORT;
-/* NULL unless the provider holds a TrueType or OpenType font whose table
-   directory, 'head' and 'maxp' tables are complete. */
+/* NULL unless the provider holds an sfnt font whose table directory, 'head'
+   and 'maxp' tables are complete. */
 CG_EXTERN CGFontRef CGFontCreateWithDataProvider(CGDataProviderRef provider) CG_WEAK_IMPORT;
 CG_EXTERN CGFontRef CGFontRetain(CGFontRef font) CG_WEAK_IMPORT;
 CG_EXTERN void CGFontRelease(CGFontRef font) CG_WEAK_IMPORT;
