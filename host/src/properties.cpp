@@ -284,6 +284,7 @@ RBBoolean HostSetPropInt(REALobject obj, const char* name, int32_t value) {
 RBBoolean HostSetPropString(REALobject obj, const char* name, REALstring value) {
   Runtime* rt = Runtime::Current();
   if (rt == nullptr || name == nullptr) return 0;
+  if (value != nullptr && rt->Str(value) == nullptr) return 0;  // reported by Str
   return SetPropertyValue(rt, obj, name, Value::RetainString(value), nullptr) ? 1 : 0;
 }
 
