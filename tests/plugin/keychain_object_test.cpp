@@ -202,6 +202,9 @@ TEST_F(KeychainObject, UnlockWithoutPasswordAsksTheUser) {
   EXPECT_FALSE(Method(keychain, decl::kIsUnlocked).boolean());
 
   AnswerPromptsWith("spoken");
+  // The password form never prompts, even when a prompt would succeed.
+  Method(keychain, decl::kUnlockWith, {Text("")});
+  EXPECT_EQ(Property(keychain, "Lasterror"), errSecAuthFailed);
   Method(keychain, "Unlock");
   EXPECT_EQ(Property(keychain, "Lasterror"), 0);
   EXPECT_TRUE(Method(keychain, decl::kIsUnlocked).boolean());
@@ -270,6 +273,14 @@ TEST_F(KeychainObject, SettingsAreCopiedFieldByFieldBothWays) {
   stored(&now);
   EXPECT_EQ(now.lockInterval, 1234u);
   EXPECT_TRUE(now.lockOnSleep);
+
+  // What was written is in force: a one-second interval locks the keychain.
+  ASSERT_TRUE(host().SetProperty(wanted, "version", Value::Integer(1)).ok);
+  ASSERT_TRUE(host().SetProperty(wanted, "lockInterval", Value::Integer(1)).ok);
+  AssignMethod(keychain, decl::kSettings, {}, wanted);
+  EXPECT_EQ(Property(keychain, "Lasterror"), 0);
+  usleep(1500 * 1000);
+  EXPECT_FALSE(Method(keychain, decl::kIsUnlocked).boolean());
 }
 
 TEST_F(KeychainObject, DeleteRemovesTheFileButTheObjectKeepsItsReference) {
