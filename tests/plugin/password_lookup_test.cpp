@@ -2,6 +2,8 @@
 // both the module form (keychain as first argument) and the KeychainZNQ form,
 // against a real keychain; what reached the keychain is read back directly
 // through the framework.
+#include <cstring>
+
 #include "keychain_class_fixture.h"
 
 namespace kc_plugin_test {
@@ -431,6 +433,69 @@ TEST_F(PasswordLookup, EveryHostGenerationStoresTheSameBytes) {
               "/raw/path")
         << tag;
   }
+}
+
+// A host that cannot make objects or read blocks still has every operation
+// reach the keychain: adds store the item, password blocks read as empty,
+// and a block that cannot be made is an exception while the item stays found.
+TEST_F(PasswordLookup, OperationsReachTheKeychainWhenTheHostLacksHelpers) {
+  const std::string path = KeychainPath("passwords.keychain");
+  auto restart = [&](const char *withheld) {
+    keychain_.reset();
+    HostOptions options;
+    options.withheld = {withheld};
+    StartHost(options);
+  };
+  auto directDefault = [](const char *service, std::string *secret) {
+    UInt32 length = 0;
+    void *data = nullptr;
+    OSStatus status = SecKeychainFindGenericPassword(nullptr, static_cast<UInt32>(strlen(service)), service, 0,
+                                                     nullptr, &length, &data, nullptr);
+    if (data) secret->assign(static_cast<const char *>(data), length);
+    SecKeychainItemFreeContent(nullptr, data);
+    return status;
+  };
+
+  // No objects: the add happens, only its wrapper is missing.
+  restart("PluginNewInstance");
+  EXPECT_TRUE(Shared(decl::kAddGenericTextM, {Value(), Text("unwrapped"), Text("ann"), Text("pw")}).isNil());
+  EXPECT_EQ(LastError(), 0);
+  std::string secret;
+  EXPECT_EQ(directDefault("unwrapped", &secret), 0);
+  EXPECT_EQ(secret, "pw");
+  EXPECT_TRUE(Shared(decl::kAddGenericTextM, {Value(), Text("unwrapped"), Text("ann"), Text("pw")}).isNil());
+  EXPECT_EQ(LastError(), errSecDuplicateItem);
+
+  // No block pointer: no data at all. No block size: empty data.
+  const std::vector<std::pair<const char *, bool>> blockCases = {{"memoryBlockGetPtr", false},
+                                                                 {"memoryBlockGetSize", true}};
+  for (const auto &[withheld, hasData] : blockCases) {
+    restart(withheld);
+    keychain_ = Shared(decl::kOpenPath, {Text(path)});
+    ASSERT_FALSE(keychain_.isNil()) << withheld;
+    Value item = Method(keychain_, decl::kAddGenericBlock, {Text(withheld), Text("ann"), host().MemoryBlock("abc")});
+    EXPECT_EQ(LastError(), 0) << withheld;
+    ASSERT_FALSE(item.isNil()) << withheld;
+    bool stored = !hasData;
+    secret = "unchanged";
+    EXPECT_EQ(DirectGeneric(withheld, &secret, &stored), 0) << withheld;
+    EXPECT_EQ(stored, hasData) << withheld;
+    EXPECT_EQ(secret, hasData ? "" : "unchanged") << withheld;
+  }
+
+  // No new blocks: the found password raises, the item is still returned.
+  restart("newMemoryBlock");
+  keychain_ = Shared(decl::kOpenPath, {Text(path)});
+  ASSERT_FALSE(Method(keychain_, decl::kAddGenericText, {Text("no blocks"), Text("ann"), Text("abc")}).isNil());
+  Value password = host().MemoryBlock("old");
+  Value item = Method(keychain_, decl::kFindGenericPassword, {Text("no blocks"), Text("ann"), Arg::ByRef(password)});
+  std::optional<plugin_host::ExceptionInfo> raised = host().TakeException();
+  EXPECT_FALSE(item.isNil());
+  EXPECT_EQ(LastError(), 0);
+  EXPECT_TRUE(password.isNil());
+  ASSERT_TRUE(raised.has_value());
+  EXPECT_EQ(raised->className, "OutOfMemoryException");
+  EXPECT_EQ(raised->message, "Failed to allocate a memoryblock with 3 bytes in size.");
 }
 
 // None of the eight operations stops before the framework: with nil for
