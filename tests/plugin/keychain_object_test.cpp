@@ -162,8 +162,8 @@ TEST_F(KeychainObject, PathAndNameFitA1024ByteBufferAndReportOverflow) {
 TEST_F(KeychainObject, LockAndPasswordUnlockAreCheckedByTheKeychain) {
   // "pässwörd" in UTF-8 on disk; the host string given to Unlock is
   // Mac OS Roman, so only a UTF-8 conversion opens the keychain.
-  const std::string utf8Password = "p\xC3\xA4sswa\xC3\xB6rd";
-  const std::string romanPassword = "p\x8Asswa\x9Ard";
+  const std::string utf8Password = "p\xC3\xA4ssw\xC3\xB6rd";
+  const std::string romanPassword = "p\x8Assw\x9Ard";
   Value keychain = CreateKeychain("locks.keychain", utf8Password);
   EXPECT_EQ(Method(keychain, decl::kStatus).integer(), 7);
 
