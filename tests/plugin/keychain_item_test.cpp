@@ -212,6 +212,33 @@ TEST_F(KeychainItem, ItemClassIsItsFourCharacterCodeInASCII) {
   Method(internet, "Delete");
 }
 
+// Internet items carry server, domain and path, and have no service: the
+// service property reports the keychain's refusal both ways.
+TEST_F(KeychainItem, InternetItemsHaveServerAttributesButNoService) {
+  keychain_ = CreateKeychain("items.keychain", "items");
+  Value item = Method(keychain_, decl::kAddInternetText,
+                      {Text("srv.example"), Text("realm"), Text("ann"), Text("/p"), Value::Integer(8080),
+                       Text("http"), Text("dflt"), Text("pw")});
+  ASSERT_FALSE(item.isNil());
+  EXPECT_EQ(host().StringBytes(Method(item, decl::kLabel)), "srv.example");
+  EXPECT_EQ(host().StringBytes(Method(item, "Account as string")), "ann");
+  const std::vector<std::pair<const char *, std::string>> attributes = {
+      {"srvr", "srv.example"}, {"sdmn", "realm"}, {"path", "/p"}};
+  for (const auto &[tag, bytes] : attributes) {
+    EXPECT_EQ(host().StringBytes(Method(item, decl::kAttributeText, {Text(tag)})), bytes) << tag;
+    EXPECT_EQ(Property(item, "Lasterror"), 0) << tag;
+  }
+  OSStatus status = 0;
+  EXPECT_EQ(host().MemoryBlockBytes(Method(item, decl::kAttributeData, {Text("port")})),
+            AttributeBytes(HandleOf<SecKeychainItemRef>(item), Code("port"), &status));
+
+  EXPECT_TRUE(Method(item, "Service as string").isNil());
+  EXPECT_EQ(Property(item, "Lasterror"), errSecNoSuchAttr);
+  AssignMethod(item, "Service as string", {}, Text("svc"));
+  EXPECT_EQ(Property(item, "Lasterror"), errSecNoSuchAttr);
+  EXPECT_EQ(host().MemoryBlockBytes(Method(item, decl::kPassword)), "pw");
+}
+
 // The item's keychain is a new KeychainZNQ for the same keychain.
 TEST_F(KeychainItem, KeychainWrapsTheItemsOwnKeychain) {
   Value item = NewGenericItem("whose", "ann", "pw");
