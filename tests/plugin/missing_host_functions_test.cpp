@@ -88,6 +88,12 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
          EXPECT_NE(h.Module(kModule), nullptr);
          EXPECT_NE(h.Class("KeychainItemZNQ"), nullptr);
        }},
+      {{"PluginRegisterClass"}, "no classes, the module still registered",
+       [](MissingHostFunctions &t, Host &h) {
+         EXPECT_NE(h.Module(kModule), nullptr);
+         EXPECT_EQ(h.Class("KeychainZNQ"), nullptr);
+         EXPECT_EQ(t.Shared("Version as integer").integer() > 0, true);
+       }},
       {{"PluginRegisterModule"}, "no module, the classes still registered",
        [](MissingHostFunctions &, Host &h) {
          EXPECT_EQ(h.Module(kModule), nullptr);
@@ -107,6 +113,14 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
          ASSERT_TRUE(e.has_value());
          EXPECT_EQ(e->className, "NilObjectException");
          EXPECT_EQ(e->message, "");
+       }},
+      {{"REALSetPropValueInt"}, "the exception is raised with its message",
+       [](MissingHostFunctions &t, Host &h) {
+         t.Shared(kFromReference, {Value()});
+         auto e = h.TakeException();
+         ASSERT_TRUE(e.has_value());
+         EXPECT_EQ(e->message, "data is nil");
+         EXPECT_EQ(e->errorNumber, 0);
        }},
       {{"REALBuildString"}, "strings made by the plug-in are nil",
        [](MissingHostFunctions &t, Host &h) {
@@ -133,6 +147,19 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
          EXPECT_FALSE(item.isNil());
          EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
          EXPECT_GT(h.LookupCount("StringGetCString"), 0);
+       }},
+      {{"PluginDisposeStringData"}, "the plug-in frees string data itself",
+       [](MissingHostFunctions &t, Host &h) {
+         Value password;
+         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
+       }},
+      {{"StringGetCString"}, "not needed while the host gives string data",
+       [](MissingHostFunctions &t, Host &h) {
+         Value password;
+         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
+         EXPECT_EQ(h.LookupCount("StringGetCString"), 0);
        }},
       {{"PluginGetStringData", "REALLoadGlobalMethod"}, "no way to read bytes: texts are empty",
        [](MissingHostFunctions &t, Host &) { t.ExpectEmptyTexts(); }},

@@ -198,7 +198,7 @@ TEST_F(RegistrationTest, LayoutVersionFollowsHostVersionAndRecordsReadAlikeOnEve
 }
 
 TEST_F(RegistrationTest, ShortLayoutFillsFirstWordsAndKeepsStoredZerosAfterThem) {
-  for (const Generation &g : {kGenerations[1], kGenerations[8]}) {
+  for (const Generation &g : {kGenerations[1], kGenerations[2], kGenerations[4], kGenerations[8]}) {
     SCOPED_TRACE(Describe(g));
     HostOptions options;
     options.version = g.version;
