@@ -76,7 +76,11 @@ rbText::~rbText() {
   for (int t = 0; t < kTargetCount; ++t) {
     REALUnlockString(converted_[t]);
     if (recordFilled_[t]) REALDisposeStringData(&record_[t]);
-    free(ownedCopy_[t]);
+    // Views often hold passwords: the holder's own copies are wiped.
+    if (ownedCopy_[t] != nullptr) {
+      explicit_bzero(ownedCopy_[t], static_cast<size_t>(length_[t] > 0 ? length_[t] : 0));
+      free(ownedCopy_[t]);
+    }
   }
   Clear();
 }

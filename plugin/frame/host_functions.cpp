@@ -2,6 +2,7 @@
 #include "frame/host_functions.h"
 
 #include <stdlib.h>
+#include <string.h>
 
 #include "frame/plugin_state.h"
 
@@ -114,6 +115,9 @@ void REALDisposeStringData(REALstringData *data) {
   // "PluginGetStringData") holds a buffer of its own, which the host would
   // not recognise: it is freed here.
   if (data->hostWord4 == kPluginFilledStringData) {
+    // Such a buffer may hold a password; it is wiped before it goes.
+    if (data->data != nullptr && data->length > 0)
+      explicit_bzero(const_cast<void *>(data->data), static_cast<size_t>(data->length));
     free(const_cast<void *>(data->data));
   } else if (auto f = As<PluginDisposeStringData_fn>(Bind(cache, "PluginDisposeStringData"))) {
     f(data);
