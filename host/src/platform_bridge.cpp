@@ -66,12 +66,12 @@ RBBoolean HostFSRefFromFolderItem(REALfolderItem item, FSRef* ref, HFSUniStr255*
   return 1;
 }
 
-RBBoolean HostFSSpecFromFolderItem(FSSpec* spec, REALfolderItem item) {
+RBBoolean HostFSSpecFromFolderItem(FSSpec* fsSpec, REALfolderItem item) {
   ObjState* st = Item(item);
-  if (st == nullptr || spec == nullptr) return 0;
+  if (st == nullptr || fsSpec == nullptr) return 0;
   FSRef ref;
   if (PathRef(st->path, &ref)) {
-    return FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, spec, nullptr) == noErr ? 1 : 0;
+    return FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, fsSpec, nullptr) == noErr ? 1 : 0;
   }
   std::string folder, leaf, roman;
   SplitPath(st->path, &folder, &leaf);
@@ -84,7 +84,7 @@ RBBoolean HostFSSpecFromFolderItem(FSSpec* spec, REALfolderItem item) {
   Str255 pascal = {};
   pascal[0] = static_cast<unsigned char>(roman.size());
   std::memcpy(pascal + 1, roman.data(), roman.size());
-  OSErr err = FSMakeFSSpec(info.volume, static_cast<SInt32>(info.nodeID), pascal, spec);
+  OSErr err = FSMakeFSSpec(info.volume, static_cast<SInt32>(info.nodeID), pascal, fsSpec);
   return err == noErr || err == fnfErr ? 1 : 0;
 }
 
@@ -105,17 +105,17 @@ REALfolderItem HostFolderItemFromParentFSRef(const FSRef* parent, const HFSUniSt
   return NewFolderItem(rt, Join(folder, leaf));
 }
 
-REALfolderItem HostFolderItemFromFSSpec(const FSSpec* spec) {
+REALfolderItem HostFolderItemFromFSSpec(const FSSpec* fsSpec) {
   Runtime* rt = Runtime::Current();
-  if (rt == nullptr || spec == nullptr) return nullptr;
+  if (rt == nullptr || fsSpec == nullptr) return nullptr;
   FSRef ref;
-  if (FSpMakeFSRef(spec, &ref) == noErr) return NewFolderItem(rt, RefPath(&ref));
+  if (FSpMakeFSRef(fsSpec, &ref) == noErr) return NewFolderItem(rt, RefPath(&ref));
   // The leaf does not exist yet: its folder and its Mac OS Roman name.
-  FSSpec folderSpec;
+  FSSpec parentFSSpec;
   std::string leaf;
-  if (FSMakeFSSpec(spec->vRefNum, spec->parID, nullptr, &folderSpec) != noErr ||
-      FSpMakeFSRef(&folderSpec, &ref) != noErr ||
-      !ConvertBytes(std::string(reinterpret_cast<const char*>(spec->name + 1), spec->name[0]),
+  if (FSMakeFSSpec(fsSpec->vRefNum, fsSpec->parID, nullptr, &parentFSSpec) != noErr ||
+      FSpMakeFSRef(&parentFSSpec, &ref) != noErr ||
+      !ConvertBytes(std::string(reinterpret_cast<const char*>(fsSpec->name + 1), fsSpec->name[0]),
                     kREALEncodingMacRoman, kREALEncodingUTF8, &leaf)) {
     return nullptr;
   }

@@ -475,8 +475,8 @@ REALfolderItem ThroughFSRef(REALfolderItem item) {
 REALfolderItem ThroughFSSpec(REALfolderItem item) {
   auto toSpec = HOST(REALFSSpecFromFolderItem_fn, "REALFSSpecFromFolderItem");
   auto back = HOST(FolderItemFromFSSpec_fn, "FolderItemFromFSSpec");
-  alignas(8) unsigned char spec[72] = {};
-  auto* s = reinterpret_cast<struct FSSpec*>(spec);
+  alignas(8) unsigned char fsSpec[72] = {};
+  auto* s = reinterpret_cast<struct FSSpec*>(fsSpec);
   if (!toSpec || !back || !toSpec(s, item)) return nullptr;
   return back(s);
 }
