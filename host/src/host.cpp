@@ -448,6 +448,7 @@ size_t Host::LiveInstances(const std::string& className) const {
   auto it = rt_->liveByClass.find(c->name);
   return it == rt_->liveByClass.end() ? 0 : it->second;
 }
+size_t Host::LiveStringData() const { return rt_->stringData.size(); }
 size_t Host::BadReleases() const { return rt_->badReleases; }
 std::vector<std::string> Host::Problems() const { return rt_->problems; }
 

@@ -5,6 +5,7 @@
 // their Host lives: their records stay as tombstones, so that a late lock or
 // an extra release is recognised and reported instead of touching freed
 // memory.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <set>
@@ -46,6 +47,8 @@ Runtime::~Runtime() {
   }
   for (auto& [p, st] : objects_) std::free(st->mem);
   for (auto& [p, s] : strings_) std::free(s->rec.buffer);
+  // String data a plug-in never disposed (counted as live until now).
+  for (const void* d : stringData) std::free(const_cast<void*>(d));
   objects_.clear();
   strings_.clear();
   LiveRuntimes().erase(this);
@@ -108,13 +111,17 @@ void Runtime::Problem(const std::string& text) { problems.push_back(text); }
 
 REALobject Runtime::NewObject(ClassDef* cls) {
   if (cls == nullptr) return nullptr;
-  size_t data = cls->dataSize;
+  // A class's instance data also serves the classes it inherits from, so it
+  // is never smaller than theirs.
+  size_t data = 0;
+  for (const ClassDef* c = cls; c != nullptr; c = c->super) data = std::max(data, c->dataSize);
   auto* mem = static_cast<unsigned char*>(std::calloc(1, kREALObjectHeaderSize + data + 16));
   if (mem == nullptr) return nullptr;
   auto st = std::make_unique<ObjState>();
   st->rt = this;
   st->cls = cls;
   st->mem = mem;
+  st->dataSize = data;
   st->locks = 1;
   auto* head = reinterpret_cast<ObjectHead*>(mem);
   head->state = st.get();

@@ -84,7 +84,7 @@ bool ReadPluginProp(Runtime* rt, ObjState* st, const PropDef& p, Value* out,
   unsigned char buf[16] = {};
   if (p.storedGet) {
     size_t n = FieldSize(p.type.ctype);
-    if (p.param + n > st->cls->dataSize) {
+    if (p.param + n > st->dataSize) {
       *error = "property " + p.name + " lies outside the instance data";
       return false;
     }
@@ -125,7 +125,7 @@ bool WritePluginProp(Runtime* rt, ObjState* st, const PropDef& p,
   ToC(v, p.type, buf, error);
   if (p.storedSet) {
     size_t n = FieldSize(p.type.ctype);
-    if (p.param + n > st->cls->dataSize) {
+    if (p.param + n > st->dataSize) {
       *error = "property " + p.name + " lies outside the instance data";
       return false;
     }

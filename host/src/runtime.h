@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -115,6 +116,7 @@ struct ObjState {
   Runtime* rt = nullptr;
   ClassDef* cls = nullptr;
   unsigned char* mem = nullptr;  // the object as plug-ins see it
+  size_t dataSize = 0;           // bytes of instance data after the header
   RBInteger locks = 0;
   bool dead = false;
   bool destroying = false;
@@ -200,6 +202,8 @@ class Runtime {
 
   // Accounting
   size_t liveObjects = 0, liveStrings = 0, liveArrays = 0, badReleases = 0;
+  // The data of filled REALstringData records not yet disposed.
+  std::unordered_set<const void*> stringData;
   std::vector<std::string> problems;
   std::map<std::string, size_t> liveByClass;
 

@@ -145,12 +145,14 @@ RBBoolean HostGetStringData(REALstring s, uint32_t encoding, REALstringData* out
   out->length = static_cast<RBInteger>(bytes.size());
   out->encoding = encoding;
   out->hostWord3 = kStringDataMark;
+  r->rt->stringData.insert(data);
   return 1;
 }
 
 void HostDisposeStringData(REALstringData* d) {
   if (d == nullptr) return;
   if (d->hostWord3 == kStringDataMark) {
+    if (Runtime* rt = Runtime::Current()) rt->stringData.erase(d->data);
     std::free(const_cast<void*>(d->data));
   } else if (d->data != nullptr) {
     if (Runtime* rt = Runtime::Current()) rt->Problem("disposal of string data this host did not fill");

@@ -81,6 +81,8 @@ TEST_F(ExceptionsAndAccounting, WithheldNamesResolveToNullAndAreAskedAgain) {
 TEST_F(ExceptionsAndAccounting, TheAccountingCatchesALeakAndADoubleRelease) {
   Shared("Leak(className as string)", {Text("ProbeThing")});
   Shared("LeakString(text as string)", {Text("kept")});
+  Shared("LeakStringData(text as string)", {Text("bytes")});
+  EXPECT_EQ(host().LiveStringData(), 1u);
   EXPECT_EQ(host().LiveInstances("ProbeThing"), 1u);
   EXPECT_EQ(host().LiveObjects(), 1u);
   EXPECT_EQ(host().LiveStrings(), 1u);

@@ -121,6 +121,12 @@ TEST_F(MethodCalling, ConstructorsRunOnCreationAndDestructorsOnTheLastUnlock) {
   }
   EXPECT_EQ(Int("Destructed as integer"), 2);
   EXPECT_EQ(host().LiveInstances("ProbeThing"), 0u);
+
+  // A subclass that declares no data of its own still gets its base's.
+  Value bare = host().NewInstance("ProbeBare");
+  EXPECT_EQ(host().GetProperty(bare, "Number").value.integer(), 7);
+  ASSERT_TRUE(host().SetProperty(bare, "Label", Text("kept")).ok);
+  EXPECT_EQ(host().StringBytes(Method(bare, "Describe as string")), "thing 7 kept");
 }
 
 TEST_F(MethodCalling, MismatchedCallsAreRefusedWithoutCallingThePlugin) {

@@ -22,6 +22,7 @@ void ProbeTest::TearDown() {
   EXPECT_EQ(host_->LiveObjects(), 0u);
   EXPECT_EQ(host_->LiveStrings(), 0u);
   EXPECT_EQ(host_->LiveArrays(), 0u);
+  EXPECT_EQ(host_->LiveStringData(), 0u);
   EXPECT_EQ(host_->BadReleases(), expectedBadReleases_);
   if (expectedBadReleases_ == 0) {
     for (const std::string& p : host_->Problems()) ADD_FAILURE() << p;

@@ -223,6 +223,10 @@ void ReleaseTwice(REALobject o) {
 }
 void Leak(REALstring className) { Make(className); }
 void LeakString(REALstring text) { MakeString(Utf8(text)); }
+void LeakStringData(REALstring text) {
+  REALstringData d;
+  if (auto get = HOST(PluginGetStringData_fn, "PluginGetStringData")) get(text, kREALEncodingUTF8, &d);
+}
 
 void RaiseNamed(REALstring className, REALstring message, RBInteger number) {
   Raise(Utf8(className).c_str(), Utf8(message), number);
@@ -518,6 +522,7 @@ REALmethodDefinition gModuleMethods[] = {
     M(ReleaseTwice, "ReleaseTwice(o as Object)"),
     M(Leak, "Leak(className as string)"),
     M(LeakString, "LeakString(text as string)"),
+    M(LeakStringData, "LeakStringData(text as string)"),
     M(RaiseNamed, "Raise(className as string, message as string, number as integer)"),
     M(RaiseTwice, "RaiseTwice"),
     M(PropInt64, "PropInt64(o as Object, name as string, byref ok as boolean) as Int64"),
@@ -639,7 +644,9 @@ REALconstant gThingConstants[] = {{"Answer = 42", 0, 0, 0, 0}};
 
 // ProbeError: an exception class of the plug-in's own.
 REALclassDefinition gErrorClass;
-// ProbeChild: a subclass of ProbeThing without data of its own.
+// ProbeBare: a subclass of ProbeThing that declares no instance data.
+REALclassDefinition gBareClass;
+// ProbeChild: a subclass of ProbeThing with a method of its own.
 REALclassDefinition gChildClass;
 RBInteger ChildOnly(REALobject o) { return static_cast<RBInteger>(Data(o)[0]) + 1000; }
 REALmethodDefinition gChildMethods[] = {M(ChildOnly, "ChildOnly as integer")};
@@ -664,6 +671,12 @@ void SetUpClasses() {
   gErrorClass.name = "ProbeError";
   gErrorClass.superName = "RuntimeException";
   gErrorClass.mFlags = kREALFlagConsoleSafe;
+
+  gBareClass = REALclassDefinition{};
+  gBareClass.version = 12;
+  gBareClass.name = "ProbeBare";
+  gBareClass.superName = "ProbeThing";
+  gBareClass.mFlags = kREALFlagConsoleSafe;
 
   gChildClass = REALclassDefinition{};
   gChildClass.version = 12;
@@ -739,4 +752,5 @@ extern "C" __attribute__((visibility("default"))) void REALPluginMain(REALResolv
   RegisterClass(&gThingClass);
   RegisterClass(&gErrorClass);
   RegisterClass(&gChildClass);
+  RegisterClass(&gBareClass);
 }
