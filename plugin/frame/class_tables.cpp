@@ -2,6 +2,8 @@
 // KeychainSearchZNQ: their methods, stored-field properties and constants.
 #include <stddef.h>
 
+#include <iterator>
+
 #include "frame/instance_data.h"
 #include "frame/tables.h"
 #include "keychain/keychain_methods.h"
@@ -17,12 +19,8 @@ REALproperty StoredField(const char *name, const char *type, size_t offset) {
           offset, {0, 0, 0, 0, 0}};
 }
 
-template <typename T, size_t N>
-constexpr RBWord Count(T (&)[N]) {
-  return N;
-}
-
-// Handle and Lasterror, shared by the three classes that hold a reference.
+// Handle and Lasterror of the three classes that hold a reference; each
+// class has its own list.
 REALproperty KeychainProperties[] = {
     StoredField("Handle", "Integer", offsetof(KeychainData, Handle)),
     StoredField("Lasterror", "Integer", offsetof(KeychainData, Lasterror)),
@@ -122,27 +120,27 @@ constexpr RBWord kClassFlags = kREALFlagConsoleSafe;
 // Every class: no superclass, 5 words of instance data, no further lists.
 REALclassDefinition KeychainClass = {
     12, "KeychainZNQ", nullptr, kInstanceDataSize, 0, nullptr, KeychainDestructor,
-    KeychainProperties, Count(KeychainProperties), KeychainMethods, Count(KeychainMethods),
-    nullptr, 0, {0, 0, 0}, {0, 0}, KeychainConstants, Count(KeychainConstants), kClassFlags,
+    KeychainProperties, std::size(KeychainProperties), KeychainMethods, std::size(KeychainMethods),
+    nullptr, 0, {0, 0, 0}, {0, 0}, KeychainConstants, std::size(KeychainConstants), kClassFlags,
     nullptr, 0, nullptr, 0, {0, 0, 0, 0},
 };
 
 REALclassDefinition KeychainItemClass = {
     12, "KeychainItemZNQ", nullptr, kInstanceDataSize, 0, nullptr, KeychainItemDestructor,
-    KeychainItemProperties, Count(KeychainItemProperties), KeychainItemMethods,
-    Count(KeychainItemMethods), nullptr, 0, {0, 0, 0}, {0, 0}, KeychainItemConstants,
-    Count(KeychainItemConstants), kClassFlags, nullptr, 0, nullptr, 0, {0, 0, 0, 0},
+    KeychainItemProperties, std::size(KeychainItemProperties), KeychainItemMethods,
+    std::size(KeychainItemMethods), nullptr, 0, {0, 0, 0}, {0, 0}, KeychainItemConstants,
+    std::size(KeychainItemConstants), kClassFlags, nullptr, 0, nullptr, 0, {0, 0, 0, 0},
 };
 
 REALclassDefinition KeychainSettingsClass = {
     12, "KeychainSettingsZNQ", nullptr, kInstanceDataSize, 0, KeychainSettingsConstructor, nullptr,
-    KeychainSettingsProperties, Count(KeychainSettingsProperties), nullptr, 0,
+    KeychainSettingsProperties, std::size(KeychainSettingsProperties), nullptr, 0,
     nullptr, 0, {0, 0, 0}, {0, 0}, nullptr, 0, kClassFlags, nullptr, 0, nullptr, 0, {0, 0, 0, 0},
 };
 
 // Its "NextItem" method arrives with the searches.
 REALclassDefinition KeychainSearchClass = {
     12, "KeychainSearchZNQ", nullptr, kInstanceDataSize, 0, nullptr, KeychainSearchDestructor,
-    KeychainSearchProperties, Count(KeychainSearchProperties), nullptr, 0,
+    KeychainSearchProperties, std::size(KeychainSearchProperties), nullptr, 0,
     nullptr, 0, {0, 0, 0}, {0, 0}, nullptr, 0, kClassFlags, nullptr, 0, nullptr, 0, {0, 0, 0, 0},
 };

@@ -1,5 +1,7 @@
 // The module KeychainManagerZNQ: its shared methods, constants and the
 // read-only property "LastError".
+#include <iterator>
+
 #include "frame/errors.h"
 #include "frame/tables.h"
 #include "keychain/keychain_methods.h"
@@ -47,22 +49,17 @@ REALproperty SharedProperties[] = {
      reinterpret_cast<REALproc>(GetLasterror), nullptr, 0, {0, 0, 0, 0, 0}},
 };
 
-template <typename T, size_t N>
-constexpr RBWord Count(T (&)[N]) {
-  return N;
-}
-
 }  // namespace
 
 REALmoduleDefinition KeychainModule = {
     12,
     "KeychainManagerZNQ",
     SharedMethods,
-    Count(SharedMethods),
+    std::size(SharedMethods),
     SharedConstants,
-    Count(SharedConstants),
+    std::size(SharedConstants),
     SharedProperties,
-    Count(SharedProperties),
+    std::size(SharedProperties),
     nullptr,
     0,
     nullptr,
