@@ -145,18 +145,20 @@ RBBoolean HostGetStringData(REALstring s, uint32_t encoding, REALstringData* out
   out->length = static_cast<RBInteger>(bytes.size());
   out->encoding = encoding;
   out->hostWord3 = kStringDataMark;
-  r->rt->stringData.insert(data);
+  // Data a plug-in disposes through the host is tracked until then; a host
+  // without "PluginDisposeStringData" leaves freeing it to the plug-in.
+  if (r->rt->options().withheld.count("PluginDisposeStringData") == 0) r->rt->stringData.insert(data);
   return 1;
 }
 
+// Frees the data of a filled record: this host's, or one a plug-in filled
+// itself with malloc when the host did not offer "PluginGetStringData".
 void HostDisposeStringData(REALstringData* d) {
   if (d == nullptr) return;
   if (d->hostWord3 == kStringDataMark) {
     if (Runtime* rt = Runtime::Current()) rt->stringData.erase(d->data);
-    std::free(const_cast<void*>(d->data));
-  } else if (d->data != nullptr) {
-    if (Runtime* rt = Runtime::Current()) rt->Problem("disposal of string data this host did not fill");
   }
+  std::free(const_cast<void*>(d->data));
   std::memset(d, 0, sizeof *d);
 }
 

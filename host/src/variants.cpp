@@ -154,18 +154,26 @@ bool VariantsEqual(Runtime* rt, const Value& a0, const Value& b0) {
   return x == y;
 }
 
+// The accessor properties. A variant whose value has no number (an object,
+// text that is not numeric) reads as 0.
 bool VariantProperty(Runtime* rt, ObjState* st, const std::string& name, Value* out) {
   auto* v = reinterpret_cast<REALobject>(st->mem);
   double d = 0;
   int64_t i = 0;
-  bool num = NumberOf(rt, v, &d, &i);
+  if (!NumberOf(rt, v, &d, &i)) {
+    d = 0;
+    i = 0;
+  }
   if (name == "type") {
     *out = Value::Int32(st->varType);
   } else if (name == "stringvalue") {
     *out = Value::AdoptString(VariantText(rt, v));
-  } else if (name == "int32value" || name == "integervalue" || name == "colorvalue") {
-    *out = name == "int32value" ? Value::Int32(static_cast<int32_t>(i)) : Value::Integer(static_cast<RBInteger>(i));
-    if (name == "colorvalue") *out = Value::Color(static_cast<RBColor>(i));
+  } else if (name == "int32value") {
+    *out = Value::Int32(static_cast<int32_t>(i));
+  } else if (name == "integervalue") {
+    *out = Value::Integer(static_cast<RBInteger>(i));
+  } else if (name == "colorvalue") {
+    *out = Value::Color(static_cast<RBColor>(i));
   } else if (name == "int64value" || name == "longvalue") {
     *out = Value::Int64(i);
   } else if (name == "singlevalue") {
@@ -173,11 +181,10 @@ bool VariantProperty(Runtime* rt, ObjState* st, const std::string& name, Value* 
   } else if (name == "doublevalue" || name == "currencyvalue") {
     *out = Value::Double(d);
   } else if (name == "booleanvalue") {
-    *out = Value::Boolean(i != 0);
+    *out = Value::Boolean(i != 0 || d != 0);
   } else {
     return false;
   }
-  (void)num;
   return true;
 }
 

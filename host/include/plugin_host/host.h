@@ -206,7 +206,8 @@ class Host {
   size_t LiveStrings() const;
   size_t LiveArrays() const;
   size_t LiveInstances(const std::string& className) const;
-  // String data records ("PluginGetStringData") filled and not yet disposed.
+  // String data records ("PluginGetStringData") filled and not yet disposed
+  // (counted while the host offers "PluginDisposeStringData").
   size_t LiveStringData() const;
   // Unlocks of values that had no lock left, or of pointers that were never
   // host values: counted and described, never acted on.

@@ -223,6 +223,14 @@ void ReleaseTwice(REALobject o) {
 }
 void Leak(REALstring className) { Make(className); }
 void LeakString(REALstring text) { MakeString(Utf8(text)); }
+// Fills a record itself, as plug-ins do on hosts without
+// "PluginGetStringData", and hands it to the host to dispose.
+void DisposeOwnData() {
+  REALstringData d = {};
+  d.data = std::calloc(1, 8);
+  d.length = 4;
+  if (auto dispose = HOST(PluginDisposeStringData_fn, "PluginDisposeStringData")) dispose(&d);
+}
 void LeakStringData(REALstring text) {
   REALstringData d;
   if (auto get = HOST(PluginGetStringData_fn, "PluginGetStringData")) get(text, kREALEncodingUTF8, &d);
@@ -523,6 +531,7 @@ REALmethodDefinition gModuleMethods[] = {
     M(Leak, "Leak(className as string)"),
     M(LeakString, "LeakString(text as string)"),
     M(LeakStringData, "LeakStringData(text as string)"),
+    M(DisposeOwnData, "DisposeOwnData"),
     M(RaiseNamed, "Raise(className as string, message as string, number as integer)"),
     M(RaiseTwice, "RaiseTwice"),
     M(PropInt64, "PropInt64(o as Object, name as string, byref ok as boolean) as Int64"),
