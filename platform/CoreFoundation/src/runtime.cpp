@@ -135,6 +135,19 @@ CFTypeRef CFRetain(CFTypeRef cf) {
   return cf;
 }
 
+CFTypeRef _CFTryRetain(CFTypeRef cf) {
+  if (!cf) return nullptr;
+  CFRuntimeBase* base = Base(cf);
+  if (base->_flags & kFlagImmortal) return cf;
+  int64_t count = __atomic_load_n(&base->_rc, __ATOMIC_RELAXED);
+  while (count > 0) {
+    if (__atomic_compare_exchange_n(&base->_rc, &count, count + 1, true, __ATOMIC_ACQUIRE,
+                                    __ATOMIC_RELAXED))
+      return cf;
+  }
+  return nullptr;
+}
+
 void CFRelease(CFTypeRef cf) {
   if (!cf) return;
   CFRuntimeBase* base = Base(cf);

@@ -80,7 +80,11 @@ SecKeychainRef CopyKeychainForPath(const std::string& path) {
   CFTypeID type = KeychainTypeID();
   std::lock_guard<std::mutex> g(RegistryMutex());
   auto it = Registry().find(path);
-  if (it != Registry().end()) return (SecKeychainRef)CFRetain(it->second);
+  // An entry whose object is already being released on another thread is
+  // replaced; that object's finalize then leaves the new entry alone.
+  if (it != Registry().end()) {
+    if (CFTypeRef alive = _CFTryRetain(it->second)) return (SecKeychainRef)alive;
+  }
   auto* obj = (KeychainObject*)_CFRuntimeCreateInstance(
       kCFAllocatorDefault, type, sizeof(KeychainObject) - sizeof(CFRuntimeBase), nullptr);
   if (!obj) return nullptr;

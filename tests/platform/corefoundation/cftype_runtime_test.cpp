@@ -61,6 +61,30 @@ TEST_F(CFTypeRuntime, RetainAndReleaseCountAndFinalizeExactlyOnce) {
   EXPECT_EQ(liveBefore, CFLiveObjectsGetCount(ProbeTypeID()));
 }
 
+// A finalize that asks for its own object again, as a registry lookup racing
+// with the last release would, must be refused.
+CFTypeRef gTryRetainDuringFinalize = reinterpret_cast<CFTypeRef>(1);
+void FinalizeTryingToRevive(CFTypeRef cf) { gTryRetainDuringFinalize = _CFTryRetain(cf); }
+const CFRuntimeClass kRevivingClass = {0, "KCReviving", nullptr, nullptr, FinalizeTryingToRevive,
+                                       nullptr, nullptr, nullptr, nullptr};
+
+TEST_F(CFTypeRuntime, TryRetainRetainsLiveObjectsButNotOnesBeingFinalized) {
+  Probe* p = NewProbe();
+  ASSERT_NE(nullptr, p);
+  EXPECT_EQ(p, _CFTryRetain(p));
+  EXPECT_EQ(2, CFGetRetainCount(p));
+  CFRelease(p);
+  CFRelease(p);
+  EXPECT_EQ(nullptr, _CFTryRetain(nullptr));
+  EXPECT_EQ(kCFBooleanTrue, _CFTryRetain(kCFBooleanTrue));
+
+  static CFTypeID reviving = _CFRuntimeRegisterClass(&kRevivingClass);
+  CFTypeRef r = _CFRuntimeCreateInstance(kCFAllocatorDefault, reviving, 8, nullptr);
+  ASSERT_NE(nullptr, r);
+  CFRelease(r);
+  EXPECT_EQ(nullptr, gTryRetainDuringFinalize);
+}
+
 TEST_F(CFTypeRuntime, RegisteredClassHasItsOwnTypeZeroedStorageAndDefaults) {
   CFTypeID id = ProbeTypeID();
   EXPECT_GT(id, CFStringGetTypeID());

@@ -37,6 +37,11 @@ CF_EXPORT const CFRuntimeClass *_CFRuntimeGetClassWithTypeID(CFTypeID typeID);
 /* A new instance with retain count 1 whose extraBytes after the
    CFRuntimeBase are zero-filled; category is ignored. */
 CF_EXPORT CFTypeRef _CFRuntimeCreateInstance(CFAllocatorRef allocator, CFTypeID typeID, CFIndex extraBytes, unsigned char *category);
+/* Retains cf only while it is still alive: returns cf with one more retain,
+   or NULL when its last release has already begun (its count reached 0 and
+   finalize is about to run or running). For caches that hand out objects
+   they do not own, such as a registry emptied by the objects' finalize. */
+CF_EXPORT CFTypeRef _CFTryRetain(CFTypeRef cf);
 
 CF_EXTERN_C_END
 
