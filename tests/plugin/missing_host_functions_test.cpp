@@ -148,6 +148,12 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
          EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
          EXPECT_GT(h.LookupCount("StringGetCString"), 0);
        }},
+      {{"PluginDisposeStringData"}, "the plug-in frees string data itself",
+       [](MissingHostFunctions &t, Host &h) {
+         Value password;
+         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
+       }},
       {{"StringGetCString"}, "not needed while the host gives string data",
        [](MissingHostFunctions &t, Host &h) {
          Value password;
