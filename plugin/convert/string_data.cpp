@@ -30,8 +30,6 @@ bool TakeBytes(REALstring s, StringGetCString_fn cString, LenB_method lenB, uint
   out->data = copy;
   out->length = n;
   out->encoding = encoding;
-  out->hostWord3 = 0;
-  out->hostWord4 = kPluginFilledStringData;
   return true;
 }
 

@@ -111,17 +111,12 @@ void REALUnlockString(REALstring str) {
 
 void REALDisposeStringData(REALstringData *data) {
   static void *cache;
-  // A record the plug-in filled itself (on a host without
-  // "PluginGetStringData") holds a buffer of its own, which the host would
-  // not recognise: it is freed here.
-  if (data->hostWord4 == kPluginFilledStringData) {
-    // Such a buffer may hold a password; it is wiped before it goes.
-    if (data->data != nullptr && data->length > 0)
-      explicit_bzero(const_cast<void *>(data->data), static_cast<size_t>(data->length));
-    free(const_cast<void *>(data->data));
-  } else if (auto f = As<PluginDisposeStringData_fn>(Bind(cache, "PluginDisposeStringData"))) {
+  if (auto f = As<PluginDisposeStringData_fn>(Bind(cache, "PluginDisposeStringData"))) {
     f(data);
   } else {
+    // The buffer may hold a password; it is wiped before it goes.
+    if (data->data != nullptr && data->length > 0)
+      explicit_bzero(const_cast<void *>(data->data), static_cast<size_t>(data->length));
     free(const_cast<void *>(data->data));
   }
   data->data = nullptr;

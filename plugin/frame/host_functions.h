@@ -39,11 +39,11 @@ REALstring REALConvertString(REALstring str, uint32_t encoding);  // owned
 void REALLockString(REALstring str);
 void REALUnlockString(REALstring str);
 // Releases what a filled string-data record holds: through the host's
-// "PluginDisposeStringData", or with free when the host lacks it or the
-// plug-in filled the record itself (marked with kPluginFilledStringData in
-// its last word, which the host never saw).
+// "PluginDisposeStringData", or with free when the host lacks it. A record the
+// plug-in filled itself (on a host without "PluginGetStringData") holds a
+// malloc'd buffer too, which the host's dispose function releases like its
+// own; the record's two host words are never touched.
 void REALDisposeStringData(REALstringData *data);
-constexpr RBWord kPluginFilledStringData = 0x4B435344;  // "KCSD"
 const struct __CFString *REALGetStringCFString(REALstring str, RBBoolean flag);  // retained
 
 // Memory blocks
