@@ -120,15 +120,25 @@ REALstring rbSecKeychainGetName(REALobject instance) {
 
 void KeychainDestructor(REALobject instance) { ReleaseHandle(KeychainDataOf(instance)); }
 
-REALobject rbSecKeychainCopyDefault() {
-  Lasterror = -1;
-  SecKeychainRef keychain = nullptr;
-  Lasterror = SecKeychainCopyDefault(&keychain);
-  if (Lasterror != 0) {
+namespace {
+
+// A keychain reference that came with a failure status is released, not
+// wrapped.
+REALobject WrapKeychainOnSuccess(OSStatus status, SecKeychainRef keychain) {
+  if (status != 0) {
     if (keychain != nullptr) CFRelease(keychain);
     return nullptr;
   }
   return WrapReference(kKeychainClassName, keychain);
+}
+
+}  // namespace
+
+REALobject rbSecKeychainCopyDefault() {
+  Lasterror = -1;
+  SecKeychainRef keychain = nullptr;
+  Lasterror = SecKeychainCopyDefault(&keychain);
+  return WrapKeychainOnSuccess(Lasterror, keychain);
 }
 
 REALobject rbSecKeychainOpenPath(REALstring path) {
@@ -137,11 +147,7 @@ REALobject rbSecKeychainOpenPath(REALstring path) {
   rbText text(path);
   SecKeychainRef keychain = nullptr;
   Lasterror = SecKeychainOpen(text.UTF8Text(), &keychain);
-  if (Lasterror != 0) {
-    if (keychain != nullptr) CFRelease(keychain);
-    return nullptr;
-  }
-  return WrapReference(kKeychainClassName, keychain);
+  return WrapKeychainOnSuccess(Lasterror, keychain);
 }
 
 // The framework is asked even without a path, so its status tells why.
@@ -151,11 +157,7 @@ REALobject rbSecKeychainOpenFile(REALfolderItem file) {
   rbPath path(file);
   SecKeychainRef keychain = nullptr;
   Lasterror = SecKeychainOpen(path.PosixPath(), &keychain);
-  if (Lasterror != 0) {
-    if (keychain != nullptr) CFRelease(keychain);
-    return nullptr;
-  }
-  return WrapReference(kKeychainClassName, keychain);
+  return WrapKeychainOnSuccess(Lasterror, keychain);
 }
 
 RBInteger rbSecKeychainGetVersion() {
