@@ -8,7 +8,7 @@ packages=(
   build-essential g++ cmake ninja-build pkg-config
   libicu-dev libsqlite3-dev libsodium-dev libffi-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
-  expect g++-multilib
+  g++-multilib
 )
 
 missing=()
