@@ -157,6 +157,16 @@ bool WritePluginProp(Runtime* rt, ObjState* st, const PropDef& p,
   return true;
 }
 
+// The property a plug-in class, or the nearest plug-in superclass, declares
+// under this name.
+const PropDef* FindPluginProp(const ClassDef* cls, const std::string& name) {
+  for (const ClassDef* c = cls; c != nullptr; c = c->super) {
+    if (!c->fromPlugin) continue;
+    if (const PropDef* p = FindProp(c->props, name)) return p;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 bool GetPropertyValue(Runtime* rt, REALobject obj, const std::string& name, Value* out,
@@ -168,11 +178,7 @@ bool GetPropertyValue(Runtime* rt, REALobject obj, const std::string& name, Valu
     *error = "not a live host object";
     return false;
   }
-  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
-    if (c->fromPlugin) {
-      if (const PropDef* p = FindProp(c->props, name)) return ReadPluginProp(rt, st, *p, out, error);
-    }
-  }
+  if (const PropDef* p = FindPluginProp(st->cls, name)) return ReadPluginProp(rt, st, *p, out, error);
   if (BuiltinProperty(rt, st, name, out)) return true;
   *error = st->cls->name + " has no property " + name;
   return false;
@@ -187,11 +193,7 @@ bool SetPropertyValue(Runtime* rt, REALobject obj, const std::string& name, cons
     *error = "not a live host object";
     return false;
   }
-  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
-    if (c->fromPlugin) {
-      if (const PropDef* p = FindProp(c->props, name)) return WritePluginProp(rt, st, *p, v, error);
-    }
-  }
+  if (const PropDef* p = FindPluginProp(st->cls, name)) return WritePluginProp(rt, st, *p, v, error);
   if (SetBuiltinProperty(rt, st, name, v)) return true;
   *error = st->cls->name + " has no property " + name + " that takes this value";
   return false;
