@@ -4,7 +4,7 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "frame/errors.h"
+#include "frame/exceptions.h"
 #include "frame/host_functions.h"
 
 REALmemoryBlock REALBuildMemoryblock(const void *bytes, int32_t count) {

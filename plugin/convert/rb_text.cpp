@@ -6,8 +6,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-#include "convert/string_data.h"
 #include "frame/host_functions.h"
+#include "frame/host_string_data.h"
 #include "frame/plugin_state.h"
 
 namespace {

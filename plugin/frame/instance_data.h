@@ -1,9 +1,10 @@
-// The instance data every object of a plug-in class carries, and the ways to
-// reach it. Each field of the original 32-bit layout is one pointer-sized
+// The instance data every object of a plug-in class carries, the ways to
+// reach it, and the one way a framework reference becomes a plug-in object. Each field of the original 32-bit layout is one pointer-sized
 // word here, so the byte offsets are those of the 32-bit layout on a 32-bit
 // build and twice them on a 64-bit one.
 #pragma once
 
+#include <CoreFoundation/CoreFoundation.h>
 #include <stddef.h>
 
 #include "host_plugin_interface.h"
@@ -60,3 +61,17 @@ inline const void *ArgumentHandle(REALobject obj) {
   KeychainData *d = ArgumentData(obj);
   return d ? reinterpret_cast<const void *>(d->Handle) : nullptr;
 }
+
+// The instance data of an object of one of the plug-in's classes, for
+// methods the host called on that object.
+KeychainData *KeychainDataOf(REALobject instance);
+KeychainData *KeychainItemDataOf(REALobject instance);
+KeychainData *KeychainSearchDataOf(REALobject instance);
+KeychainSettingsData *KeychainSettingsDataOf(REALobject instance);
+
+// Takes over the caller's reference: a new object of className holding its
+// own retain of ref, or nil (the reference is released either way).
+REALobject WrapReference(const char *className, CFTypeRef ref);
+
+// Releases the reference an object holds and clears its Handle.
+void ReleaseHandle(KeychainData *data);

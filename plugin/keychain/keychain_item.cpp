@@ -1,16 +1,17 @@
 // KeychainItemZNQ: the item's secret and attributes, its class, keychain and
 // persistent reference, deletion, its destructor; and the module method that
 // turns a persistent reference back into an item.
+#include "keychain/keychain_item.h"
+
 #include <Security/Security.h>
 
 #include "convert/memory_block.h"
 #include "convert/ostype.h"
 #include "convert/rb_text.h"
-#include "frame/errors.h"
+#include "frame/exceptions.h"
 #include "frame/host_functions.h"
+#include "frame/instance_data.h"
 #include "frame/plugin_state.h"
-#include "keychain/keychain_methods.h"
-#include "keychain/keychain_wrap.h"
 
 namespace {
 

@@ -1,15 +1,16 @@
 // KeychainZNQ: locking, unlocking, status, path and name, deletion, making a
 // keychain the default, its destructor; and the module methods that make
 // keychain objects ("Default", "Open") and "Version".
+#include "keychain/keychain_object.h"
+
 #include <Security/Security.h>
 #include <string.h>
 
 #include "convert/folder_item.h"
 #include "convert/rb_text.h"
 #include "frame/host_functions.h"
+#include "frame/instance_data.h"
 #include "frame/plugin_state.h"
-#include "keychain/keychain_methods.h"
-#include "keychain/keychain_wrap.h"
 
 namespace {
 

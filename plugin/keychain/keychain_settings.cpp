@@ -1,11 +1,12 @@
 // KeychainSettingsZNQ and the "Settings" property of KeychainZNQ, which
 // copies the framework's settings record into a settings object and back.
+#include "keychain/keychain_settings.h"
+
 #include <Security/Security.h>
 #include <string.h>
 
 #include "frame/host_functions.h"
-#include "keychain/keychain_methods.h"
-#include "keychain/keychain_wrap.h"
+#include "frame/instance_data.h"
 
 void KeychainSettingsConstructor(REALobject instance) { KeychainSettingsDataOf(instance)->version = 1; }
 

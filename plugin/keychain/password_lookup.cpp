@@ -3,15 +3,16 @@
 // method (the keychain is the object itself), so it reads the keychain's
 // Handle as any object argument's and records its status in the module's
 // Lasterror, never in the keychain object's.
+#include "keychain/password_lookup.h"
+
 #include <Security/Security.h>
 
 #include "convert/memory_block.h"
 #include "convert/ostype.h"
 #include "convert/rb_text.h"
 #include "frame/host_functions.h"
+#include "frame/instance_data.h"
 #include "frame/plugin_state.h"
-#include "keychain/keychain_methods.h"
-#include "keychain/keychain_wrap.h"
 
 namespace {
 

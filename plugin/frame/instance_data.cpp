@@ -1,6 +1,6 @@
-// The wrapping step every method that returns a new keychain, item or search
-// object shares, and the instance-data accessors.
-#include "keychain/keychain_wrap.h"
+// The wrapping step shared by every method that returns a new keychain, item
+// or search object, and the instance-data accessors of the four classes.
+#include "frame/instance_data.h"
 
 #include "frame/host_functions.h"
 #include "frame/tables.h"
@@ -22,6 +22,10 @@ KeychainData *KeychainDataOf(REALobject instance) {
 
 KeychainData *KeychainItemDataOf(REALobject instance) {
   return static_cast<KeychainData *>(ClassData(instance, KeychainItemClass));
+}
+
+KeychainData *KeychainSearchDataOf(REALobject instance) {
+  return static_cast<KeychainData *>(ClassData(instance, KeychainSearchClass));
 }
 
 KeychainSettingsData *KeychainSettingsDataOf(REALobject instance) {

@@ -1,14 +1,9 @@
-// The module's last status, host exceptions, and status texts.
-#include "frame/errors.h"
+// Host exceptions: built, given their message and number, raised, and let go.
+#include "frame/exceptions.h"
 
-#include <Security/Security.h>
 #include <string.h>
 
-#include "convert/string_convert.h"
 #include "frame/host_functions.h"
-#include "frame/plugin_state.h"
-
-RBInteger GetLasterror(RBInteger /*param*/) { return Lasterror; }
 
 void RaiseException(const char *className, const char *message, uint32_t errorNumber) {
   REALstring text = nullptr;
@@ -25,12 +20,4 @@ void RaiseException(const char *className, const char *message, uint32_t errorNu
     REALUnlockObject(exception);
   }
   if (text != nullptr) REALUnlockString(text);
-}
-
-REALstring rbSecCopyErrorMessageString(RBInteger error) {
-  CFStringRef message = SecCopyErrorMessageString(static_cast<OSStatus>(error), nullptr);
-  if (message == nullptr) return nullptr;
-  REALstring result = CFString2RBString(message);
-  CFRelease(message);
-  return result;
 }

@@ -6,11 +6,6 @@
 #include "frame/registration.h"
 #include "frame/tables.h"
 
-REALResolver gResolver = nullptr;
-double rbversion_rbversion = 0.0;
-int32_t CurrentREALControlVersion = 12;
-OSStatus Lasterror = 0;
-
 namespace {
 
 // Comparisons with NaN are false, so a version that is not a number falls

@@ -1,6 +1,6 @@
 // REALGetStringData: "PluginGetStringData" where the host has it, otherwise
 // the bytes of "StringGetCString" counted by the global method "LenB".
-#include "convert/string_data.h"
+#include "frame/host_string_data.h"
 
 #include <stdlib.h>
 #include <string.h>

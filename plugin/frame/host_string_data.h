@@ -1,5 +1,6 @@
-// Reading a host string's bytes in a chosen encoding on every host
-// generation, and the direct read of the string record older hosts allow.
+// Reading a host string's bytes in a chosen encoding on every host generation
+// (with a fallback for hosts without "PluginGetStringData"), and the direct
+// read of the string record that older hosts allow.
 #pragma once
 
 #include "host_plugin_interface.h"

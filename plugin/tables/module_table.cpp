@@ -1,0 +1,71 @@
+// The module KeychainManagerZNQ: its shared methods, constants and the
+// read-only property "LastError".
+#include <iterator>
+
+#include "frame/tables.h"
+#include "keychain/keychain_item.h"
+#include "keychain/keychain_object.h"
+#include "keychain/password_lookup.h"
+#include "status/status.h"
+#include "tables/table_rows.h"
+
+namespace {
+
+REALmethodDefinition SharedMethods[] = {
+    Method(rbSecKeychainFindInternetPassword, "FindInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string, byref password as memoryblock) as KeychainItemZNQ"),
+    Method(rbSecKeychainFindGenericPassword, "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, byref password as memoryblock) as KeychainItemZNQ"),
+    Method(rbSecKeychainFindInternetItem, "FindInternetItem(keychain as KeychainZNQ, serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string) as KeychainItemZNQ"),
+    Method(rbSecKeychainFindGenericItem, "FindGenericItem(keychain as KeychainZNQ, serviceName as string, accountName as string) as KeychainItemZNQ"),
+    Method(rbSecKeychainAddGenericPasswordM, "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, password as memoryblock) as KeychainItemZNQ"),
+    Method(rbSecKeychainAddInternetPasswordM, "AddInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string, password as memoryblock) as KeychainItemZNQ"),
+    Method(rbSecKeychainAddGenericPasswordS, "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, password as string) as KeychainItemZNQ"),
+    Method(rbSecKeychainAddInternetPasswordS, "AddInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string, password as string) as KeychainItemZNQ"),
+    Method(rbSecCopyErrorMessageString, "ErrorMessageString(error as integer) as string"),
+    Method(rbSecKeychainItemCopyFromPersistentReference, "ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ"),
+    Method(rbSecKeychainOpenFile, "Open(file as folderitem) as KeychainZNQ"),
+    Method(rbSecKeychainOpenPath, "Open(path as string) as KeychainZNQ"),
+    Method(rbSecKeychainCopyDefault, "Default as KeychainZNQ"),
+    Method(rbSecKeychainGetVersion, "Version as integer"),
+};
+
+REALconstant SharedConstants[] = {
+    Constant("ErrorNone = 0"),
+    Constant("ErrorInvalidParameter = -50"),
+    Constant("ErrorFailedToAllocated = -108"),
+    Constant("ErrorNotAvailable = -25291"),
+    Constant("ErrorAuthorizationFailed = -25293"),
+    Constant("ErrorDuplicatedItem = -25299"),
+    Constant("ErrorNotFound = -25300"),
+    Constant("ErrorInteractionNotAllowed = -25308"),
+    Constant("ErrorFailedToDecode = -26275"),
+    Constant("kSecPreferencesDomainUser = 0"),
+    Constant("kSecPreferencesDomainSystem = 1"),
+    Constant("kSecPreferencesDomainCommon = 2"),
+    Constant("kSecPreferencesDomainDynamic = 3"),
+    Constant("kSecInternetPasswordItemClass = \"inet\""),
+    Constant("kSecGenericPasswordItemClass = \"genp\""),
+    Constant("kSecAppleSharePasswordItemClass = \"ashp\""),
+};
+
+REALproperty SharedProperties[] = {
+    {nullptr, "LastError", "Integer", kREALFlagRuntimeOnly | kREALFlagConsoleSafe,
+     reinterpret_cast<REALproc>(GetLasterror), nullptr, 0, {0, 0, 0, 0, 0}},
+};
+
+}  // namespace
+
+REALmoduleDefinition KeychainModule = {
+    12,
+    "KeychainManagerZNQ",
+    SharedMethods,
+    std::size(SharedMethods),
+    SharedConstants,
+    std::size(SharedConstants),
+    SharedProperties,
+    std::size(SharedProperties),
+    nullptr,
+    0,
+    nullptr,
+    0,
+    {0, 0, 0, 0},
+};
