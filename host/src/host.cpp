@@ -119,6 +119,41 @@ const DefinitionInfo* Host::Class(const std::string& name) const {
   return c && c->fromPlugin ? &c->info : nullptr;
 }
 
+std::string Host::DeclarationOf(const std::string& owner, const std::string& name,
+                                const std::vector<std::string>& parameterTypes) const {
+  const DefinitionInfo* info = Module(owner);
+  if (info == nullptr) info = Class(owner);
+  if (info == nullptr) return std::string();
+  // The wanted shape, as a declaration with made-up parameter names.
+  std::string prototype = name + "(";
+  for (size_t i = 0; i < parameterTypes.size(); ++i) {
+    std::string type = parameterTypes[i];
+    std::string byRef;
+    if (type.compare(0, 6, "byref ") == 0) {
+      byRef = "byref ";
+      type = type.substr(6);
+    }
+    prototype += (i ? ", " : "") + byRef + "p" + std::to_string(i) + " as " + type;
+  }
+  prototype += ")";
+  Declaration wanted;
+  if (!ParseDeclaration(prototype, &wanted)) return std::string();
+  for (const MethodInfo& m : info->methods) {
+    Declaration d;
+    if (!ParseDeclaration(m.declaration, &d) || Lower(d.name) != Lower(wanted.name) ||
+        d.params.size() != wanted.params.size())
+      continue;
+    bool same = true;
+    for (size_t i = 0; i < d.params.size() && same; ++i) {
+      const Param& p = d.params[i];
+      const Param& q = wanted.params[i];
+      same = Lower(p.type.name) == Lower(q.type.name) && p.type.array == q.type.array && p.byRef == q.byRef;
+    }
+    if (same) return m.declaration;
+  }
+  return std::string();
+}
+
 std::optional<std::string> Host::Constant(const std::string& owner, const std::string& name) const {
   const DefinitionInfo* info = Module(owner);
   if (info == nullptr) info = Class(owner);

@@ -5,17 +5,11 @@
 namespace kc_plugin_test {
 namespace {
 
-constexpr const char *kAddGenericS =
-    "AddGenericPassword(serviceName as string, accountName as string, password as string) as "
-    "KeychainItemZNQ";
-constexpr const char *kFindGenericItem =
-    "FindGenericItem(serviceName as string, accountName as string) as KeychainItemZNQ";
-constexpr const char *kMessage = "ErrorMessageString(error as integer) as string";
 
 class ErrorsAndExceptions : public PluginTest {};
 
 TEST_F(ErrorsAndExceptions, NilDataRaisesNilObjectExceptionAndLeavesMinusOne) {
-  Value item = Shared("ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ", {Value()});
+  Value item = Shared(decl::kFromReference, {Value()});
   EXPECT_TRUE(item.isNil());
   auto e = host().TakeException();
   ASSERT_TRUE(e.has_value());
@@ -25,60 +19,60 @@ TEST_F(ErrorsAndExceptions, NilDataRaisesNilObjectExceptionAndLeavesMinusOne) {
   EXPECT_EQ(LastError(), -1);
 
   // "Open" with a nil path is no exception, just -1.
-  EXPECT_TRUE(Shared("Open(path as string) as KeychainZNQ", {Value()}).isNil());
+  EXPECT_TRUE(Shared(decl::kOpenPath, {Value()}).isNil());
   EXPECT_EQ(LastError(), -1);
   EXPECT_FALSE(host().TakeException().has_value());
 }
 
 TEST_F(ErrorsAndExceptions, FrameworkStatusesLandInTheModuleNotInTheKeychainObject) {
-  Value keychain = Shared("Default as KeychainZNQ");
+  Value keychain = Shared(decl::kDefault);
   ASSERT_FALSE(keychain.isNil());
   ASSERT_TRUE(host().SetProperty(keychain, "Lasterror", Value::Integer(1234)).ok);
 
-  Value first = Method(keychain, kAddGenericS, {Text("dup"), Text("acct"), Text("pw")});
+  Value first = Method(keychain, decl::kAddGenericText, {Text("dup"), Text("acct"), Text("pw")});
   EXPECT_EQ(LastError(), 0);
-  Value second = Method(keychain, kAddGenericS, {Text("dup"), Text("acct"), Text("pw")});
+  Value second = Method(keychain, decl::kAddGenericText, {Text("dup"), Text("acct"), Text("pw")});
   EXPECT_TRUE(second.isNil());
   EXPECT_EQ(LastError(), -25299);
   EXPECT_EQ(host().Constant(kModule, "ErrorDuplicatedItem"), "-25299");
-  Value none = Method(keychain, kFindGenericItem, {Text("dup"), Text("nobody")});
+  Value none = Method(keychain, decl::kFindGenericItem, {Text("dup"), Text("nobody")});
   EXPECT_TRUE(none.isNil());
   EXPECT_EQ(LastError(), -25300);
   EXPECT_EQ(Property(keychain, "Lasterror"), 1234) << "finds and adds leave the object's status";
 
   // Status texts do not change the module's status.
-  Value success = Shared(kMessage, {Value::Integer(0)});
+  Value success = Shared(decl::kMessage, {Value::Integer(0)});
   EXPECT_FALSE(success.isNil());
-  Value notFound = Shared(kMessage, {Value::Integer(-25300)});
+  Value notFound = Shared(decl::kMessage, {Value::Integer(-25300)});
   EXPECT_FALSE(notFound.isNil());
   EXPECT_NE(host().StringBytes(success), host().StringBytes(notFound));
   EXPECT_EQ(LastError(), -25300);
-  Method(first, "Delete");
+  Method(first, decl::kDelete);
 }
 
 // Objects a program makes itself hold no reference: every method leaves -1
 // in their status and gives an empty result without calling the framework.
 TEST_F(ErrorsAndExceptions, ObjectsWithoutAReferenceReportMinusOne) {
   Value keychain = host().NewInstance("KeychainZNQ");
-  for (const char *declaration : {"Path as string", "Name as string", "Settings as KeychainSettingsZNQ"}) {
+  for (const char *declaration : {decl::kPath, decl::kName, decl::kSettings}) {
     EXPECT_TRUE(Method(keychain, declaration).isNil()) << declaration;
     EXPECT_EQ(Property(keychain, "Lasterror"), -1) << declaration;
   }
-  EXPECT_EQ(Method(keychain, "Status as integer").integer(), 0);
-  EXPECT_FALSE(Method(keychain, "IsUnlocked as boolean").boolean());
-  for (const char *declaration : {"Lock", "Unlock", "Delete", "SetDefault"}) {
+  EXPECT_EQ(Method(keychain, decl::kStatus).integer(), 0);
+  EXPECT_FALSE(Method(keychain, decl::kIsUnlocked).boolean());
+  for (const char *declaration : {decl::kLock, decl::kUnlock, decl::kDelete, decl::kSetDefault}) {
     ASSERT_TRUE(host().SetProperty(keychain, "Lasterror", Value::Integer(7)).ok);
     Method(keychain, declaration);
     EXPECT_EQ(Property(keychain, "Lasterror"), -1) << declaration;
   }
 
   Value item = host().NewInstance("KeychainItemZNQ");
-  for (const char *declaration : {"Label as string", "Password as memoryblock", "ItemClass as string",
-                                  "Keychain as KeychainZNQ", "PersistentReference as Memoryblock"}) {
+  for (const char *declaration : {decl::kLabel, decl::kPassword, decl::kItemClass,
+                                  decl::kKeychain, decl::kPersistentReference}) {
     EXPECT_TRUE(Method(item, declaration).isNil()) << declaration;
     EXPECT_EQ(Property(item, "Lasterror"), -1) << declaration;
   }
-  AssignMethod(item, "Label as string", {}, Text("x"));
+  AssignMethod(item, decl::kLabel, {}, Text("x"));
   EXPECT_EQ(Property(item, "Lasterror"), -1);
 }
 

@@ -4,13 +4,11 @@
 // and "REALConvertString" before 2012.0.
 #include <optional>
 
+#include "host_generations.h"
 #include "plugin_fixture.h"
 
 namespace kc_plugin_test {
 namespace {
-
-const std::optional<double> kVersions[] = {std::nullopt, 2011.9, 2012.0, 2012.9, 2013.0,
-                                           2013.02,      2013.03, 2013.9, 2014.0};
 
 struct Sample {
   const char *what;
@@ -19,9 +17,19 @@ struct Sample {
   std::string utf8;  // what the keychain must receive
 };
 
+// Every byte from 0x01 to 0x7F: the whole range that raw text may hold and
+// still be used as it is.
+std::string AsciiRange() {
+  std::string bytes;
+  for (int b = 1; b <= 0x7F; ++b) bytes.push_back(static_cast<char>(b));
+  return bytes;
+}
+
 const Sample kSamples[] = {
     {"UTF-8 text", "p\xC3\xA4ss", kREALEncodingUTF8, "p\xC3\xA4ss"},
     {"raw ASCII bytes", "abc", kREALEncodingUnknown, "abc"},
+    {"raw bytes 0x01 to 0x7F", AsciiRange(), kREALEncodingUnknown, AsciiRange()},
+    {"raw byte 0x80 read as Mac OS Roman", "\x80", kREALEncodingUnknown, "\xC3\x84"},
     {"raw byte 0x8E read as Mac OS Roman", "\x8E", kREALEncodingUnknown, "\xC3\xA9"},
     {"Mac OS Roman text", "caf\x8E", kREALEncodingMacRoman, "caf\xC3\xA9"},
     {"UTF-16 text", std::string("h\0i\0", 4), kREALEncodingUTF16, "hi"},
@@ -35,43 +43,60 @@ class HostGenerationStrings : public PluginTest {
     Value text = host().String(s.bytes, s.encoding);
     Value account = Text(tag);
     Value item = Shared(
-        "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-        "password as string) as KeychainItemZNQ",
+        decl::kAddGenericTextM,
         {Value(), text, account, text});
     EXPECT_EQ(LastError(), 0) << s.what;
     Value password;
     Value found = Shared(
-        "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-        "byref password as memoryblock) as KeychainItemZNQ",
+        decl::kFindGenericPasswordM,
         {Value(), text, account, Arg::ByRef(password)});
     EXPECT_EQ(LastError(), 0) << s.what;
     EXPECT_FALSE(found.isNil()) << s.what;
     // The service attribute holds the same bytes as the password.
     if (!found.isNil()) {
-      Value service = Method(found, "Service as string");
+      Value service = Method(found, decl::kService);
       EXPECT_EQ(host().StringBytes(service), s.utf8) << s.what;
       EXPECT_EQ(host().StringEncoding(service), kREALEncodingUTF8);
-      Method(found, "Delete");
+      Method(found, decl::kDelete);
     }
     return password.isNil() ? "" : host().MemoryBlockBytes(password);
   }
 };
 
-TEST_F(HostGenerationStrings, EveryGenerationPassesTheSameUTF8Bytes) {
-  int round = 0;
-  for (const auto &version : kVersions) {
+class StringsOnEveryHost : public HostGenerationStrings,
+                           public ::testing::WithParamInterface<HostGeneration> {
+ protected:
+  void SetUp() override {
     HostOptions options;
-    options.version = version;
+    options.version = GetParam().version;
     StartHost(options);
-    SCOPED_TRACE(version ? std::to_string(*version) : std::string("no version"));
-    for (const Sample &s : kSamples)
-      EXPECT_EQ(RoundTrip(s, "acct" + std::to_string(round++)), s.utf8) << s.what;
-
-    const bool convertsThroughStringData = version && *version >= 2012.0;
-    EXPECT_EQ(host().LookupCount("PluginGetStringData") > 0, convertsThroughStringData);
-    EXPECT_EQ(host().LookupCount("REALConvertString") > 0, !convertsThroughStringData);
   }
+};
+
+TEST_P(StringsOnEveryHost, TextArgumentsReachTheKeychainAsTheSameUTF8Bytes) {
+  // Raw text that is all ASCII, up to and including 0x7F, is handed on in
+  // place: the plug-in builds no string of its own for it. One byte of 0x80
+  // makes it Mac OS Roman text, which needs a new string.
+  Value ascii = host().String(AsciiRange(), kREALEncodingUnknown);
+  Value item = Shared(decl::kAddGenericTextM, {Value(), ascii, Text("in-place"), ascii});
+  EXPECT_EQ(LastError(), 0);
+  EXPECT_EQ(host().LookupCount("REALBuildString"), 0) << "raw ASCII was copied into a new string";
+  Value high = host().String("\x80", kREALEncodingUnknown);
+  Value other = Shared(decl::kAddGenericTextM, {Value(), high, Text("in-place"), high});
+  EXPECT_EQ(LastError(), 0);
+  EXPECT_GT(host().LookupCount("REALBuildString"), 0) << "0x80 was not taken as Mac OS Roman";
+  for (Value *added : {&item, &other})
+    if (!added->isNil()) Method(*added, decl::kDelete);
+
+  int round = 0;
+  for (const Sample &s : kSamples)
+    EXPECT_EQ(RoundTrip(s, "acct" + std::to_string(round++)), s.utf8) << s.what;
+  EXPECT_EQ(host().LookupCount("PluginGetStringData") > 0, ConvertsThroughStringData(GetParam()));
+  EXPECT_EQ(host().LookupCount("REALConvertString") > 0, !ConvertsThroughStringData(GetParam()));
 }
+
+INSTANTIATE_TEST_SUITE_P(Generations, StringsOnEveryHost, ::testing::ValuesIn(kHostGenerations),
+                         HostGenerationName);
 
 // Hosts before 2012.0 let the plug-in read string records itself: they need
 // none of the host's string-data functions. Newer hosts are never read that
@@ -94,13 +119,12 @@ TEST_F(HostGenerationStrings, OlderHostsReadStringRecordsDirectly) {
   StartHost(newer);
   Value secret = host().String("abc", kREALEncodingUnknown);
   Value item = Shared(
-      "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-      "password as string) as KeychainItemZNQ",
+      decl::kAddGenericTextM,
       {Value(), Text("svc"), Text("acct"), secret});
   ASSERT_FALSE(item.isNil());
-  EXPECT_TRUE(Method(item, "Password as memoryblock").isNil()) << "an empty password was stored";
-  EXPECT_TRUE(Method(item, "Service as string").isNil());
-  Method(item, "Delete");
+  EXPECT_TRUE(Method(item, decl::kPassword).isNil()) << "an empty password was stored";
+  EXPECT_TRUE(Method(item, decl::kService).isNil());
+  Method(item, decl::kDelete);
 }
 
 }  // namespace

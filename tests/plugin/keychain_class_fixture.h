@@ -1,7 +1,7 @@
-// What the keychain class tests share: the declarations they call, a fixture
-// that makes keychains cheaply and proves with CoreFoundation's own live counts
-// that nothing outlived a test, and direct keychain calls that show what the
-// plug-in really stored or reported.
+// What the keychain class tests share: a fixture that makes keychains cheaply
+// and proves with CoreFoundation's own live counts that nothing outlived a
+// test, and direct keychain calls that show what the plug-in really stored or
+// reported.
 #pragma once
 
 #include <Security/Security.h>
@@ -17,88 +17,6 @@
 #include "support/scoped_env.h"
 
 namespace kc_plugin_test {
-
-// Declarations, exactly as the plug-in registers them.
-namespace decl {
-// Module.
-constexpr const char *kDefault = "Default as KeychainZNQ";
-constexpr const char *kOpenPath = "Open(path as string) as KeychainZNQ";
-constexpr const char *kOpenFile = "Open(file as folderitem) as KeychainZNQ";
-constexpr const char *kVersion = "Version as integer";
-constexpr const char *kFromReference = "ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ";
-constexpr const char *kMessage = "ErrorMessageString(error as integer) as string";
-constexpr const char *kFindGenericPasswordM =
-    "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, byref "
-    "password as memoryblock) as KeychainItemZNQ";
-constexpr const char *kFindGenericItemM =
-    "FindGenericItem(keychain as KeychainZNQ, serviceName as string, accountName as string) as "
-    "KeychainItemZNQ";
-constexpr const char *kAddGenericBlockM =
-    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, password "
-    "as memoryblock) as KeychainItemZNQ";
-constexpr const char *kAddGenericTextM =
-    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, password "
-    "as string) as KeychainItemZNQ";
-constexpr const char *kFindInternetPasswordM =
-    "FindInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
-    "accountName as string, path as string, port as integer, protocol as string, authenticationType as "
-    "string, byref password as memoryblock) as KeychainItemZNQ";
-constexpr const char *kFindInternetItemM =
-    "FindInternetItem(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
-    "accountName as string, path as string, port as integer, protocol as string, authenticationType as "
-    "string) as KeychainItemZNQ";
-constexpr const char *kAddInternetBlockM =
-    "AddInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
-    "accountName as string, path as string, port as integer, protocol as string, authenticationType as "
-    "string, password as memoryblock) as KeychainItemZNQ";
-constexpr const char *kAddInternetTextM =
-    "AddInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
-    "accountName as string, path as string, port as integer, protocol as string, authenticationType as "
-    "string, password as string) as KeychainItemZNQ";
-
-// KeychainZNQ.
-constexpr const char *kFindGenericPassword =
-    "FindGenericPassword(serviceName as string, accountName as string, byref password as memoryblock) "
-    "as KeychainItemZNQ";
-constexpr const char *kFindGenericItem =
-    "FindGenericItem(serviceName as string, accountName as string) as KeychainItemZNQ";
-constexpr const char *kAddGenericBlock =
-    "AddGenericPassword(serviceName as string, accountName as string, password as memoryblock) as "
-    "KeychainItemZNQ";
-constexpr const char *kAddGenericText =
-    "AddGenericPassword(serviceName as string, accountName as string, password as string) as "
-    "KeychainItemZNQ";
-constexpr const char *kFindInternetPassword =
-    "FindInternetPassword(serverName as string, securityDomain as string, accountName as string, path "
-    "as string, port as integer, protocol as string, authenticationType as string, byref password as "
-    "memoryblock) as KeychainItemZNQ";
-constexpr const char *kFindInternetItem =
-    "FindInternetItem(serverName as string, securityDomain as string, accountName as string, path as "
-    "string, port as integer, protocol as string, authenticationType as string) as KeychainItemZNQ";
-constexpr const char *kAddInternetBlock =
-    "AddInternetPassword(serverName as string, securityDomain as string, accountName as string, path "
-    "as string, port as integer, protocol as string, authenticationType as string, password as "
-    "memoryblock) as KeychainItemZNQ";
-constexpr const char *kAddInternetText =
-    "AddInternetPassword(serverName as string, securityDomain as string, accountName as string, path "
-    "as string, port as integer, protocol as string, authenticationType as string, password as "
-    "string) as KeychainItemZNQ";
-constexpr const char *kPath = "Path as string";
-constexpr const char *kName = "Name as string";
-constexpr const char *kStatus = "Status as integer";
-constexpr const char *kIsUnlocked = "IsUnlocked as boolean";
-constexpr const char *kUnlockWith = "Unlock(password as string)";
-constexpr const char *kSettings = "Settings as KeychainSettingsZNQ";
-
-// KeychainItemZNQ.
-constexpr const char *kPassword = "Password as memoryblock";
-constexpr const char *kAttributeText = "AttributeText(attributeName as string) as string";
-constexpr const char *kAttributeData = "AttributeData(attributeName as string) as memoryblock";
-constexpr const char *kLabel = "Label as string";
-constexpr const char *kItemClass = "ItemClass as string";
-constexpr const char *kKeychain = "Keychain as KeychainZNQ";
-constexpr const char *kPersistentReference = "PersistentReference as Memoryblock";
-}  // namespace decl
 
 constexpr uint32_t kEncodingUTF8 = 0x08000100;
 constexpr uint32_t kEncodingASCII = 0x0600;

@@ -65,11 +65,11 @@ TEST_F(KeychainItem, NamedAttributesAreStoredAsUTF8AndEmptyOnesReadNil) {
   Value item = NewGenericItem("svc", "ann", "s3cret");
   OSStatus status = 0;
 
-  Value label = Method(item, "Label as string");
+  Value label = Method(item, decl::kLabel);
   EXPECT_EQ(host().StringBytes(label), "svc") << "the keychain labels a new item with its service";
   EXPECT_EQ(host().StringEncoding(label), kEncodingUTF8);
   EXPECT_EQ(Property(item, "Lasterror"), 0);
-  for (const char *declaration : {"Description as string", "Comment as string"}) {
+  for (const char *declaration : {decl::kDescription, decl::kComment}) {
     ASSERT_TRUE(host().SetProperty(item, "Lasterror", Value::Integer(5)).ok);
     EXPECT_TRUE(Method(item, declaration).isNil()) << declaration;
     EXPECT_EQ(Property(item, "Lasterror"), 0) << declaration;
@@ -78,20 +78,20 @@ TEST_F(KeychainItem, NamedAttributesAreStoredAsUTF8AndEmptyOnesReadNil) {
   // Host strings of any encoding are written as their UTF-8 bytes, without a
   // terminator.
   const std::string utf8 = "caf\xC3\xA9 \xE2\x82\xAC";
-  AssignMethod(item, "Label as string", {}, Text(utf8));
+  AssignMethod(item, decl::kLabel, {}, Text(utf8));
   EXPECT_EQ(Property(item, "Lasterror"), 0);
   EXPECT_EQ(Direct(item, "labl", &status), utf8);
-  AssignMethod(item, "Description as string", {}, host().String("r\x8Esum\x8E", kEncodingMacRoman));
+  AssignMethod(item, decl::kDescription, {}, host().String("r\x8Esum\x8E", kEncodingMacRoman));
   EXPECT_EQ(Direct(item, "desc", &status), "r\xC3\xA9sum\xC3\xA9");
-  AssignMethod(item, "Comment as string", {}, Text("a comment"));
-  AssignMethod(item, "Account as string", {}, Text("bob"));
-  AssignMethod(item, "Service as string", {}, Text("svc2"));
+  AssignMethod(item, decl::kComment, {}, Text("a comment"));
+  AssignMethod(item, decl::kAccount, {}, Text("bob"));
+  AssignMethod(item, decl::kService, {}, Text("svc2"));
   EXPECT_EQ(Property(item, "Lasterror"), 0);
 
   const std::vector<std::pair<const char *, std::string>> expected = {
-      {"Label as string", utf8},       {"Description as string", "r\xC3\xA9sum\xC3\xA9"},
-      {"Comment as string", "a comment"}, {"Account as string", "bob"},
-      {"Service as string", "svc2"},
+      {decl::kLabel, utf8},       {decl::kDescription, "r\xC3\xA9sum\xC3\xA9"},
+      {decl::kComment, "a comment"}, {decl::kAccount, "bob"},
+      {decl::kService, "svc2"},
   };
   for (const auto &[declaration, bytes] : expected) {
     Value got = Method(item, declaration);
@@ -104,21 +104,21 @@ TEST_F(KeychainItem, NamedAttributesAreStoredAsUTF8AndEmptyOnesReadNil) {
   EXPECT_TRUE(Method(keychain_, decl::kFindGenericItem, {Text("svc"), Text("ann")}).isNil());
 
   // An empty or nil text is a zero-length value, which reads back as nil.
-  AssignMethod(item, "Label as string", {}, Text(""));
+  AssignMethod(item, decl::kLabel, {}, Text(""));
   EXPECT_EQ(Property(item, "Lasterror"), 0);
   EXPECT_EQ(Direct(item, "labl", &status), "");
-  EXPECT_TRUE(Method(item, "Label as string").isNil());
+  EXPECT_TRUE(Method(item, decl::kLabel).isNil());
   EXPECT_EQ(Property(item, "Lasterror"), 0);
-  AssignMethod(item, "Comment as string", {}, Value());
+  AssignMethod(item, decl::kComment, {}, Value());
   EXPECT_EQ(Property(item, "Lasterror"), 0);
-  EXPECT_TRUE(Method(item, "Comment as string").isNil());
+  EXPECT_TRUE(Method(item, decl::kComment).isNil());
 }
 
 // AttributeText and AttributeData hand back exactly the bytes the keychain
 // holds for a four-character code, text or not.
 TEST_F(KeychainItem, AttributesByCodeAreTheKeychainsBytes) {
   Value item = NewGenericItem("codes", "ann", "pw");
-  AssignMethod(item, "Label as string", {}, Text("my label"));
+  AssignMethod(item, decl::kLabel, {}, Text("my label"));
   OSStatus status = 0;
 
   for (const char *tag : {"labl", "svce", "acct", "cdat", "mdat", "crtr"}) {
@@ -183,7 +183,7 @@ TEST_F(KeychainItem, PasswordIsReadAndWrittenAsBytes) {
   EXPECT_EQ(host().MemoryBlockBytes(Method(item, decl::kPassword)), "n3w");
 
   // Locked, with prompts off: attributes still read, the secret does not.
-  Method(keychain_, "Lock");
+  Method(keychain_, decl::kLock);
   {
     NoUserInteraction quiet;
     EXPECT_TRUE(Method(item, decl::kPassword).isNil());
@@ -209,7 +209,7 @@ TEST_F(KeychainItem, ItemClassIsItsFourCharacterCodeInASCII) {
                            Text("htps"), Text("dflt"), Text("pw")});
   ASSERT_FALSE(internet.isNil());
   EXPECT_EQ(host().StringBytes(Method(internet, decl::kItemClass)), "inet");
-  Method(internet, "Delete");
+  Method(internet, decl::kDelete);
 }
 
 // Internet items carry server, domain and path, and have no service: the
@@ -221,7 +221,7 @@ TEST_F(KeychainItem, InternetItemsHaveServerAttributesButNoService) {
                        Text("http"), Text("dflt"), Text("pw")});
   ASSERT_FALSE(item.isNil());
   EXPECT_EQ(host().StringBytes(Method(item, decl::kLabel)), "srv.example");
-  EXPECT_EQ(host().StringBytes(Method(item, "Account as string")), "ann");
+  EXPECT_EQ(host().StringBytes(Method(item, decl::kAccount)), "ann");
   const std::vector<std::pair<const char *, std::string>> attributes = {
       {"srvr", "srv.example"}, {"sdmn", "realm"}, {"path", "/p"}};
   for (const auto &[tag, bytes] : attributes) {
@@ -232,9 +232,9 @@ TEST_F(KeychainItem, InternetItemsHaveServerAttributesButNoService) {
   EXPECT_EQ(host().MemoryBlockBytes(Method(item, decl::kAttributeData, {Text("port")})),
             AttributeBytes(HandleOf<SecKeychainItemRef>(item), Code("port"), &status));
 
-  EXPECT_TRUE(Method(item, "Service as string").isNil());
+  EXPECT_TRUE(Method(item, decl::kService).isNil());
   EXPECT_EQ(Property(item, "Lasterror"), errSecNoSuchAttr);
-  AssignMethod(item, "Service as string", {}, Text("svc"));
+  AssignMethod(item, decl::kService, {}, Text("svc"));
   EXPECT_EQ(Property(item, "Lasterror"), errSecNoSuchAttr);
   EXPECT_EQ(host().MemoryBlockBytes(Method(item, decl::kPassword)), "pw");
 }
@@ -289,8 +289,8 @@ TEST_F(KeychainItem, PersistentReferenceFindsTheSameItemAgain) {
   ASSERT_FALSE(again.isNil());
   EXPECT_EQ(host().ClassName(again), "KeychainItemZNQ");
   EXPECT_EQ(Property(again, "Lasterror"), 0);
-  AssignMethod(again, "Comment as string", {}, Text("seen twice"));
-  EXPECT_EQ(host().StringBytes(Method(item, "Comment as string")), "seen twice");
+  AssignMethod(again, decl::kComment, {}, Text("seen twice"));
+  EXPECT_EQ(host().StringBytes(Method(item, decl::kComment)), "seen twice");
   EXPECT_EQ(host().MemoryBlockBytes(Method(again, decl::kPassword)), "kept");
 
   // A second host with its own fresh copy of the plug-in reads it too.
@@ -305,7 +305,7 @@ TEST_F(KeychainItem, PersistentReferenceFindsTheSameItemAgain) {
       CallResult found = other.CallShared(kModule, decl::kFromReference, {other.MemoryBlock(bytes)});
       ASSERT_TRUE(found.ok) << found.error;
       ASSERT_FALSE(found.value.isNil());
-      CallResult service = other.CallMethod(found.value, "Service as string");
+      CallResult service = other.CallMethod(found.value, decl::kService);
       EXPECT_EQ(other.StringBytes(service.value), "persist");
     }
     EXPECT_EQ(other.LiveObjects(), baseObjects);
@@ -324,7 +324,7 @@ TEST_F(KeychainItem, PersistentReferenceSurvivesARestartOfTheProcess) {
     const RBInteger status = LastError();
     std::string service, password;
     if (!item.isNil()) {
-      service = host().StringBytes(Method(item, "Service as string"));
+      service = host().StringBytes(Method(item, decl::kService));
       password = host().MemoryBlockBytes(Method(item, decl::kPassword));
     }
     std::printf("\nCHILD-RESULT status=%ld service=%s password=%s\n", static_cast<long>(status),
@@ -371,7 +371,7 @@ TEST_F(KeychainItem, DeletedItemReportsTheFrameworksStatusEverywhere) {
   const RBInteger handle = Property(item, "Handle");
   SecKeychainItemRef ref = HandleOf<SecKeychainItemRef>(item);
 
-  Method(item, "Delete");
+  Method(item, decl::kDelete);
   EXPECT_EQ(Property(item, "Lasterror"), 0);
   EXPECT_EQ(Property(item, "Handle"), handle);
   EXPECT_TRUE(Method(keychain_, decl::kFindGenericItem, {Text("gone"), Text("ann")}).isNil());
@@ -399,7 +399,7 @@ TEST_F(KeychainItem, DeletedItemReportsTheFrameworksStatusEverywhere) {
   AssignMethod(item, decl::kLabel, {}, Text("too late"));
   EXPECT_NE(Property(item, "Lasterror"), 0);
   EXPECT_NE(Property(item, "Lasterror"), -1);
-  Method(item, "Delete");
+  Method(item, decl::kDelete);
   EXPECT_EQ(Property(item, "Lasterror"), SecKeychainItemDelete(ref));
 
   // Its persistent reference no longer resolves; that is a status, not an

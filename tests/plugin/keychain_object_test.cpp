@@ -67,7 +67,7 @@ TEST_F(KeychainObject, EachObjectReleasesItsReferenceExactlyOnce) {
     EXPECT_EQ(CFGetRetainCount(reference), held - 1) << what;
     CFRelease(reference);
   }
-  Method(item, "Delete");
+  Method(item, decl::kDelete);
 }
 
 TEST_F(KeychainObject, OpenOfAMissingFileGivesAnObjectWhoseCallsReportIt) {
@@ -82,7 +82,7 @@ TEST_F(KeychainObject, OpenOfAMissingFileGivesAnObjectWhoseCallsReportIt) {
   EXPECT_EQ(Property(keychain, "Lasterror"), errSecNoSuchKeychain);
   EXPECT_EQ(host().StringBytes(Method(keychain, decl::kPath)), path);
   EXPECT_EQ(Property(keychain, "Lasterror"), 0);
-  Method(keychain, "Delete");
+  Method(keychain, decl::kDelete);
   EXPECT_EQ(Property(keychain, "Lasterror"), errSecNoSuchKeychain);
 
   // No path: no object and no framework call; no exception either.
@@ -167,7 +167,7 @@ TEST_F(KeychainObject, LockAndPasswordUnlockAreCheckedByTheKeychain) {
   Value keychain = CreateKeychain("locks.keychain", utf8Password);
   EXPECT_EQ(Method(keychain, decl::kStatus).integer(), 7);
 
-  Method(keychain, "Lock");
+  Method(keychain, decl::kLock);
   EXPECT_EQ(Property(keychain, "Lasterror"), 0);
   EXPECT_EQ(Method(keychain, decl::kStatus).integer(), 2) << "locked: readable only";
   EXPECT_FALSE(Method(keychain, decl::kIsUnlocked).boolean());
@@ -185,19 +185,19 @@ TEST_F(KeychainObject, LockAndPasswordUnlockAreCheckedByTheKeychain) {
   EXPECT_TRUE(Method(keychain, decl::kIsUnlocked).boolean());
 }
 
-// "Unlock" without a password lets the system ask the user; with prompts
+// decl::kUnlock without a password lets the system ask the user; with prompts
 // switched off the keychain refuses.
 TEST_F(KeychainObject, UnlockWithoutPasswordAsksTheUser) {
   Value keychain = CreateKeychain("asked.keychain", "spoken");
-  Method(keychain, "Lock");
+  Method(keychain, decl::kLock);
 
   {
     NoUserInteraction quiet;
-    Method(keychain, "Unlock");
+    Method(keychain, decl::kUnlock);
     EXPECT_EQ(Property(keychain, "Lasterror"), errSecAuthFailed);
   }
   AnswerPromptsWith("not it");
-  Method(keychain, "Unlock");
+  Method(keychain, decl::kUnlock);
   EXPECT_EQ(Property(keychain, "Lasterror"), errSecAuthFailed);
   EXPECT_FALSE(Method(keychain, decl::kIsUnlocked).boolean());
 
@@ -205,7 +205,7 @@ TEST_F(KeychainObject, UnlockWithoutPasswordAsksTheUser) {
   // The password form never prompts, even when a prompt would succeed.
   Method(keychain, decl::kUnlockWith, {Text("")});
   EXPECT_EQ(Property(keychain, "Lasterror"), errSecAuthFailed);
-  Method(keychain, "Unlock");
+  Method(keychain, decl::kUnlock);
   EXPECT_EQ(Property(keychain, "Lasterror"), 0);
   EXPECT_TRUE(Method(keychain, decl::kIsUnlocked).boolean());
 }
@@ -288,7 +288,7 @@ TEST_F(KeychainObject, DeleteRemovesTheFileButTheObjectKeepsItsReference) {
   const std::string path = KeychainPath("doomed.keychain");
   const RBInteger handle = Property(keychain, "Handle");
 
-  Method(keychain, "Delete");
+  Method(keychain, decl::kDelete);
   EXPECT_EQ(Property(keychain, "Lasterror"), 0);
   struct stat st;
   EXPECT_NE(stat(path.c_str(), &st), 0) << "the file is gone";
@@ -296,7 +296,7 @@ TEST_F(KeychainObject, DeleteRemovesTheFileButTheObjectKeepsItsReference) {
   EXPECT_EQ(host().StringBytes(Method(keychain, decl::kPath)), path);
   EXPECT_EQ(Method(keychain, decl::kStatus).integer(), 0);
   EXPECT_EQ(Property(keychain, "Lasterror"), errSecNoSuchKeychain);
-  Method(keychain, "Delete");
+  Method(keychain, decl::kDelete);
   EXPECT_EQ(Property(keychain, "Lasterror"), errSecNoSuchKeychain);
 }
 
@@ -304,7 +304,7 @@ TEST_F(KeychainObject, SetDefaultMakesTheKeychainTheDefault) {
   Value login = Shared(decl::kDefault);
   ASSERT_FALSE(login.isNil());
   Value keychain = CreateKeychain("chosen.keychain", "");
-  Method(keychain, "SetDefault");
+  Method(keychain, decl::kSetDefault);
   EXPECT_EQ(Property(keychain, "Lasterror"), 0);
 
   Value now = Shared(decl::kDefault);
@@ -317,7 +317,7 @@ TEST_F(KeychainObject, SetDefaultMakesTheKeychainTheDefault) {
 
   // A keychain that was never created cannot be the default.
   Value phantom = Shared(decl::kOpenPath, {Text(KeychainPath("phantom.keychain"))});
-  Method(phantom, "SetDefault");
+  Method(phantom, decl::kSetDefault);
   EXPECT_NE(Property(phantom, "Lasterror"), 0);
   EXPECT_NE(Property(phantom, "Lasterror"), -1);
   EXPECT_EQ(host().StringBytes(Method(Shared(decl::kDefault), decl::kPath)), KeychainPath("chosen.keychain"));
@@ -342,7 +342,7 @@ TEST_F(KeychainObject, ObjectWithoutReferenceStopsEveryMethodAtMinusOne) {
   reset();
   EXPECT_FALSE(Method(keychain, decl::kIsUnlocked).boolean());
   EXPECT_EQ(Property(keychain, "Lasterror"), -1);
-  for (const char *declaration : {"Lock", "Unlock", "Delete", "SetDefault"}) {
+  for (const char *declaration : {decl::kLock, decl::kUnlock, decl::kDelete, decl::kSetDefault}) {
     reset();
     Method(keychain, declaration);
     EXPECT_EQ(Property(keychain, "Lasterror"), -1) << declaration;

@@ -8,20 +8,6 @@
 namespace kc_plugin_test {
 namespace {
 
-constexpr const char *kAddGenericS =
-    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-    "password as string) as KeychainItemZNQ";
-constexpr const char *kAddGenericM =
-    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-    "password as memoryblock) as KeychainItemZNQ";
-constexpr const char *kFindGeneric =
-    "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-    "byref password as memoryblock) as KeychainItemZNQ";
-constexpr const char *kFindGenericItem =
-    "FindGenericItem(keychain as KeychainZNQ, serviceName as string, accountName as string) as "
-    "KeychainItemZNQ";
-constexpr const char *kFromReference =
-    "ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ";
 
 class MissingHostFunctions : public PluginTest {
  public:
@@ -34,22 +20,22 @@ class MissingHostFunctions : public PluginTest {
   // Adds "secret" under service/account in the default keychain with all
   // host functions present, so the scenarios below have an item to find.
   void AddSample(const std::string &service) {
-    Value item = Shared(kAddGenericS, {Value(), Text(service), Text("acct"), Text("secret")});
+    Value item = Shared(decl::kAddGenericTextM, {Value(), Text(service), Text("acct"), Text("secret")});
     ASSERT_EQ(LastError(), 0);
   }
   // Strings that cannot be read reach the framework as empty texts: the
   // item is added with no service and no password.
   void ExpectEmptyTexts() {
-    Value item = Shared(kAddGenericS, {Value(), Text("unreadable"), Text("acct"), Text("pw")});
+    Value item = Shared(decl::kAddGenericTextM, {Value(), Text("unreadable"), Text("acct"), Text("pw")});
     EXPECT_EQ(LastError(), 0);
     ASSERT_FALSE(item.isNil());
-    EXPECT_TRUE(Method(item, "Service as string").isNil());
-    EXPECT_TRUE(Method(item, "Password as memoryblock").isNil());
-    Method(item, "Delete");
+    EXPECT_TRUE(Method(item, decl::kService).isNil());
+    EXPECT_TRUE(Method(item, decl::kPassword).isNil());
+    Method(item, decl::kDelete);
   }
   void DeleteSample(const std::string &service) {
-    Value item = Shared(kFindGenericItem, {Value(), Text(service), Text("acct")});
-    if (!item.isNil()) Method(item, "Delete");
+    Value item = Shared(decl::kFindGenericItemM, {Value(), Text(service), Text("acct")});
+    if (!item.isNil()) Method(item, decl::kDelete);
   }
 };
 
@@ -65,23 +51,23 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
       {{"PluginNewInstance"},
        "methods that make objects return nil, releasing the framework reference",
        [](MissingHostFunctions &t, Host &h) {
-         EXPECT_TRUE(t.Shared("Default as KeychainZNQ").isNil());
+         EXPECT_TRUE(t.Shared(decl::kDefault).isNil());
          EXPECT_EQ(t.LastError(), 0);
          Value password;
-         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         Value item = t.Shared(decl::kFindGenericPasswordM, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
          EXPECT_TRUE(item.isNil());
          EXPECT_EQ(t.LastError(), 0);
          EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
          // Asked again on each call: a failed name is not remembered.
          const int before = h.LookupCount("PluginNewInstance");
-         t.Shared("Default as KeychainZNQ");
+         t.Shared(decl::kDefault);
          EXPECT_EQ(h.LookupCount("PluginNewInstance"), before + 1);
        }},
       {{"REALGetRBVersion"}, "layout 9, as for a host with no version",
        [](MissingHostFunctions &t, Host &h) {
          EXPECT_EQ(h.announcedLayoutVersion(), 9);
          EXPECT_EQ(h.Module(kModule)->methods.size(), 14u);
-         EXPECT_EQ(t.Shared("Version as integer").integer() > 0, true);
+         EXPECT_EQ(t.Shared(decl::kVersion).integer() > 0, true);
        }},
       {{"RegisterPluginVersion"}, "the records are registered all the same",
        [](MissingHostFunctions &, Host &h) {
@@ -92,7 +78,7 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
        [](MissingHostFunctions &t, Host &h) {
          EXPECT_NE(h.Module(kModule), nullptr);
          EXPECT_EQ(h.Class("KeychainZNQ"), nullptr);
-         EXPECT_EQ(t.Shared("Version as integer").integer() > 0, true);
+         EXPECT_EQ(t.Shared(decl::kVersion).integer() > 0, true);
        }},
       {{"PluginRegisterModule"}, "no module, the classes still registered",
        [](MissingHostFunctions &, Host &h) {
@@ -102,13 +88,13 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
        }},
       {{"RuntimeRaiseException"}, "nothing raised, the exception object released",
        [](MissingHostFunctions &t, Host &h) {
-         EXPECT_TRUE(t.Shared(kFromReference, {Value()}).isNil());
+         EXPECT_TRUE(t.Shared(decl::kFromReference, {Value()}).isNil());
          EXPECT_FALSE(h.TakeException().has_value());
          EXPECT_EQ(t.LastError(), -1);
        }},
       {{"REALSetPropValueString"}, "the exception is raised without its message",
        [](MissingHostFunctions &t, Host &h) {
-         t.Shared(kFromReference, {Value()});
+         t.Shared(decl::kFromReference, {Value()});
          auto e = h.TakeException();
          ASSERT_TRUE(e.has_value());
          EXPECT_EQ(e->className, "NilObjectException");
@@ -116,7 +102,7 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
        }},
       {{"REALSetPropValueInt"}, "the exception is raised with its message",
        [](MissingHostFunctions &t, Host &h) {
-         t.Shared(kFromReference, {Value()});
+         t.Shared(decl::kFromReference, {Value()});
          auto e = h.TakeException();
          ASSERT_TRUE(e.has_value());
          EXPECT_EQ(e->message, "data is nil");
@@ -124,26 +110,26 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
        }},
       {{"REALBuildString"}, "strings made by the plug-in are nil",
        [](MissingHostFunctions &t, Host &h) {
-         EXPECT_TRUE(t.Shared("ErrorMessageString(error as integer) as string", {Value::Integer(-25300)}).isNil());
-         t.Shared(kFromReference, {Value()});
+         EXPECT_TRUE(t.Shared(decl::kMessage, {Value::Integer(-25300)}).isNil());
+         t.Shared(decl::kFromReference, {Value()});
          auto e = h.TakeException();
          ASSERT_TRUE(e.has_value());
          EXPECT_EQ(e->message, "");
        }},
       {{"REALSetStringEncoding"}, "strings come back untagged",
        [](MissingHostFunctions &t, Host &h) {
-         Value text = t.Shared("ErrorMessageString(error as integer) as string", {Value::Integer(-25300)});
+         Value text = t.Shared(decl::kMessage, {Value::Integer(-25300)});
          ASSERT_FALSE(text.isNil());
          EXPECT_EQ(h.StringEncoding(text), kREALEncodingUnknown);
-         Value item = t.Shared(kFindGenericItem, {Value(), t.Text("svc"), t.Text("acct")});
+         Value item = t.Shared(decl::kFindGenericItemM, {Value(), t.Text("svc"), t.Text("acct")});
          ASSERT_FALSE(item.isNil());
-         Value cls = t.Method(item, "ItemClass as string");
+         Value cls = t.Method(item, decl::kItemClass);
          EXPECT_EQ(h.StringBytes(cls), "genp");
        }},
       {{"PluginGetStringData"}, "bytes read through StringGetCString and LenB",
        [](MissingHostFunctions &t, Host &h) {
          Value password;
-         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         Value item = t.Shared(decl::kFindGenericPasswordM, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
          EXPECT_FALSE(item.isNil());
          EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
          EXPECT_GT(h.LookupCount("StringGetCString"), 0);
@@ -151,13 +137,13 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
       {{"PluginDisposeStringData"}, "the plug-in frees string data itself",
        [](MissingHostFunctions &t, Host &h) {
          Value password;
-         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         Value item = t.Shared(decl::kFindGenericPasswordM, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
          EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
        }},
       {{"StringGetCString"}, "not needed while the host gives string data",
        [](MissingHostFunctions &t, Host &h) {
          Value password;
-         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         Value item = t.Shared(decl::kFindGenericPasswordM, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
          EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
          EXPECT_EQ(h.LookupCount("StringGetCString"), 0);
        }},
@@ -166,13 +152,13 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
       {{"REALGetStringEncoding"}, "every string counts as one of known encoding",
        [](MissingHostFunctions &t, Host &h) {
          Value password;
-         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         Value item = t.Shared(decl::kFindGenericPasswordM, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
          EXPECT_EQ(h.MemoryBlockBytes(password), "secret");
        }},
       {{"newMemoryBlock"}, "OutOfMemoryException, the variable stays nil, the item returned",
        [](MissingHostFunctions &t, Host &h) {
          Value password;
-         Value item = t.Shared(kFindGeneric, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
+         Value item = t.Shared(decl::kFindGenericPasswordM, {Value(), t.Text("svc"), t.Text("acct"), Arg::ByRef(password)});
          EXPECT_FALSE(item.isNil());
          EXPECT_TRUE(password.isNil());
          auto e = h.TakeException();
@@ -184,38 +170,38 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
       {{"memoryBlockGetPtr"}, "a block's bytes read as none",
        [](MissingHostFunctions &t, Host &h) {
          Value block = h.MemoryBlock("xyz");
-         Value item = t.Shared(kAddGenericM, {Value(), t.Text("ptr"), t.Text("acct"), block});
+         Value item = t.Shared(decl::kAddGenericBlockM, {Value(), t.Text("ptr"), t.Text("acct"), block});
          EXPECT_EQ(t.LastError(), 0);
          ASSERT_FALSE(item.isNil());
          // Reading it back needs a block too, which cannot be filled.
-         EXPECT_TRUE(t.Method(item, "Password as memoryblock").isNil());
-         t.Method(item, "Delete");
+         EXPECT_TRUE(t.Method(item, decl::kPassword).isNil());
+         t.Method(item, decl::kDelete);
        }},
       {{"memoryBlockGetSize"}, "a block's size reads as 0",
        [](MissingHostFunctions &t, Host &h) {
          Value block = h.MemoryBlock("xyz");
-         Value item = t.Shared(kAddGenericM, {Value(), t.Text("size"), t.Text("acct"), block});
+         Value item = t.Shared(decl::kAddGenericBlockM, {Value(), t.Text("size"), t.Text("acct"), block});
          ASSERT_FALSE(item.isNil());
-         EXPECT_TRUE(t.Method(item, "Password as memoryblock").isNil()) << "an empty password";
+         EXPECT_TRUE(t.Method(item, decl::kPassword).isNil()) << "an empty password";
          EXPECT_EQ(t.Property(item, "Lasterror"), 0);
-         t.Method(item, "Delete");
+         t.Method(item, decl::kDelete);
        }},
       {{"REALConvertString"}, "an old host cannot convert: texts are empty",
        [](MissingHostFunctions &t, Host &) { t.ExpectEmptyTexts(); }},
       {{"REALFSRefFromFolderItem"}, "folder items go through an FSSpec",
        [](MissingHostFunctions &t, Host &h) {
-         Value def = t.Shared("Default as KeychainZNQ");
-         Value path = t.Method(def, "Path as string");
+         Value def = t.Shared(decl::kDefault);
+         Value path = t.Method(def, decl::kPath);
          Value file = h.FolderItem(h.StringBytes(path));
-         Value opened = t.Shared("Open(file as folderitem) as KeychainZNQ", {file});
+         Value opened = t.Shared(decl::kOpenFile, {file});
          EXPECT_EQ(t.LastError(), 0);
          ASSERT_FALSE(opened.isNil());
-         EXPECT_EQ(h.StringBytes(t.Method(opened, "Path as string")), h.StringBytes(path));
+         EXPECT_EQ(h.StringBytes(t.Method(opened, decl::kPath)), h.StringBytes(path));
        }},
       {{"REALFSRefFromFolderItem", "REALFSSpecFromFolderItem"}, "no path: the framework is asked with none",
        [](MissingHostFunctions &t, Host &h) {
          Value file = h.FolderItem("/tmp");
-         EXPECT_TRUE(t.Shared("Open(file as folderitem) as KeychainZNQ", {file}).isNil());
+         EXPECT_TRUE(t.Shared(decl::kOpenFile, {file}).isNil());
          EXPECT_NE(t.LastError(), -1);
          EXPECT_NE(t.LastError(), 0);
        }},
@@ -238,9 +224,9 @@ TEST_F(MissingHostFunctions, EachMissingNameFallsBackAsDocumented) {
 // Names that resolve are asked for once, however often they are used.
 TEST_F(MissingHostFunctions, ResolvedNamesAreLookedUpOnce) {
   for (int i = 0; i < 3; ++i) {
-    Value keychain = Shared("Default as KeychainZNQ");
+    Value keychain = Shared(decl::kDefault);
     ASSERT_FALSE(keychain.isNil());
-    Value path = Method(keychain, "Path as string");
+    Value path = Method(keychain, decl::kPath);
   }
   EXPECT_EQ(host().LookupCount("PluginNewInstance"), 1);
   EXPECT_EQ(host().LookupCount("REALBuildString"), 1);

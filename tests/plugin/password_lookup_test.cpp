@@ -4,6 +4,7 @@
 // through the framework.
 #include <cstring>
 
+#include "internet_call_recorder.h"
 #include "keychain_class_fixture.h"
 
 namespace kc_plugin_test {
@@ -162,6 +163,58 @@ TEST_F(PasswordLookup, InternetFormsAgreeAndStoreTheGivenCodes) {
                   .isNil());
   EXPECT_EQ(LastError(), errSecItemNotFound);
   EXPECT_EQ(Property(keychain_, "Lasterror"), 77);
+}
+
+// Empty texts reach the framework as an empty text or as no text at all,
+// depending on the call: the framework reads both as "none", so only the
+// recorded arguments can tell them apart.
+TEST_F(PasswordLookup, EmptyTextsReachTheFrameworkInTheFormEachCallTakes) {
+  auto expectText = [](const RecordedText &t, bool null, UInt32 length, const char *what) {
+    EXPECT_EQ(t.null, null) << what;
+    EXPECT_EQ(t.length, length) << what;
+  };
+  ForgetInternetCalls();
+  ASSERT_FALSE(Method(keychain_, decl::kAddInternetText,
+                      {Text("text.example"), Text(""), Value(), Text(""), Value::Integer(1), Text("http"),
+                       Text("dflt"), Text("pw")})
+                   .isNil());
+  const RecordedInternetCall &call = LastInternetCall();
+  EXPECT_EQ(call.function, "add");
+  expectText(call.server, false, 12, "text add: server");
+  expectText(call.securityDomain, true, 0, "text add: an empty domain is no domain");
+  expectText(call.account, false, 0, "text add: a nil account is an empty text");
+  expectText(call.path, true, 0, "text add: an empty path is no path");
+
+  ASSERT_FALSE(Shared(decl::kAddInternetBlockM,
+                      {keychain_, Text("block.example"), Value(), Text("ann"), Text(""), Value::Integer(1),
+                       Text("http"), Text("dflt"), host().MemoryBlock("pw")})
+                   .isNil());
+  EXPECT_EQ(call.function, "add");
+  expectText(call.securityDomain, false, 0, "block add: an empty domain stays an empty text");
+  expectText(call.path, true, 0, "block add: an empty path is no path");
+
+  ASSERT_FALSE(Method(keychain_, decl::kAddInternetText,
+                      {Text("full.example"), Text("realm"), Text("ann"), Text("/p"), Value::Integer(1),
+                       Text("http"), Text("dflt"), Text("pw")})
+                   .isNil());
+  expectText(call.securityDomain, false, 5, "text add: a domain");
+  expectText(call.path, false, 2, "text add: a path");
+
+  Value password;
+  EXPECT_FALSE(Method(keychain_, decl::kFindInternetPassword,
+                      {Text("text.example"), Text(""), Text(""), Text(""), Value::Integer(1), Text("http"),
+                       Text("dflt"), Arg::ByRef(password)})
+                   .isNil());
+  EXPECT_EQ(call.function, "find");
+  expectText(call.securityDomain, false, 0, "find: an empty domain stays an empty text");
+  expectText(call.account, false, 0, "find: an empty account stays an empty text");
+  expectText(call.path, true, 0, "find: an empty path is no path");
+  EXPECT_FALSE(Shared(decl::kFindInternetItemM, {keychain_, Text("full.example"), Value(), Text("ann"),
+                                                Text("/p"), Value::Integer(65537), Text("http"), Text("dflt")})
+                   .isNil());
+  expectText(call.securityDomain, false, 0, "item find: a nil domain is an empty text");
+  expectText(call.path, false, 2, "item find: a path");
+  EXPECT_EQ(call.port, 1);
 }
 
 // The port is cut to its low 16 bits: 65616 is 80 and -1 is 65535.
@@ -326,7 +379,7 @@ TEST_F(PasswordLookup, ItemFindsDoNotReadTheSecret) {
                       {Text("vault.example"), Text(""), Text("ann"), Text(""), Value::Integer(0), Text("http"),
                        Text("dflt"), Text("pw")})
                    .isNil());
-  Method(keychain_, "Lock");
+  Method(keychain_, decl::kLock);
   NoUserInteraction quiet;
 
   EXPECT_FALSE(Method(keychain_, decl::kFindGenericItem, {Text("vault"), Text("ann")}).isNil());
@@ -383,56 +436,6 @@ TEST_F(PasswordLookup, NilKeychainMeansTheDefault) {
         << what;
   }
   EXPECT_EQ(Property(empty, "Lasterror"), 0) << "the argument's own status is not touched";
-}
-
-// Every host generation reads the text arguments its own way (records read
-// directly, converted copies, raw bytes); the keychain gets the same UTF-8
-// bytes from each.
-TEST_F(PasswordLookup, EveryHostGenerationStoresTheSameBytes) {
-  const std::vector<std::optional<double>> versions = {std::nullopt, 2011.9, 2012.0, 2013.0,
-                                                       2013.03,      2013.9, 2014.0};
-  const std::string path = KeychainPath("passwords.keychain");
-  for (size_t i = 0; i < versions.size(); ++i) {
-    keychain_.reset();
-    HostOptions options;
-    options.version = versions[i];
-    StartHost(options);
-    const std::string tag = std::to_string(i);
-    keychain_ = Shared(decl::kOpenPath, {Text(path)});
-    ASSERT_FALSE(keychain_.isNil()) << tag;
-
-    // Raw bytes of unknown encoding: high ones read as Mac OS Roman.
-    Value service = host().String("raw\x8E" + tag, 0xFFFF);
-    Value account = host().String("\x8A" + tag, kEncodingMacRoman);
-    Value item = Method(keychain_, decl::kAddGenericText, {service, account, Text("p\xC3\xA9")});
-    EXPECT_EQ(LastError(), 0) << tag;
-    ASSERT_FALSE(item.isNil()) << tag;
-    std::string secret;
-    bool hasData = false;
-    EXPECT_EQ(DirectGeneric("raw\xC3\xA9" + tag, &secret, &hasData), 0) << tag;
-    EXPECT_EQ(secret, "p\xC3\xA9") << tag;
-    OSStatus status = 0;
-    EXPECT_EQ(AttributeBytes(HandleOf<SecKeychainItemRef>(item), Code("acct"), &status), "\xC3\xA4" + tag) << tag;
-
-    Value password;
-    EXPECT_FALSE(Method(keychain_, decl::kFindGenericPassword, {service, account, Arg::ByRef(password)}).isNil()) << tag;
-    EXPECT_EQ(host().MemoryBlockBytes(password), "p\xC3\xA9") << tag;
-
-    // Plain ASCII raw bytes are used as they are, also for the path.
-    Value server = host().String("gen" + tag + ".example", 0xFFFF);
-    Value webPath = host().String("/raw/path", 0xFFFF);
-    ASSERT_FALSE(Method(keychain_, decl::kAddInternetText,
-                        {server, Text(""), Text("ann"), webPath, Value::Integer(1), Text("http"), Text("dflt"),
-                         Text("w")})
-                     .isNil())
-        << tag;
-    EXPECT_EQ(AttributeBytes(HandleOf<SecKeychainItemRef>(Method(keychain_, decl::kFindInternetItem,
-                                                                  {server, Text(""), Text(""), webPath,
-                                                                   Value::Integer(1), Text("http"), Text("dflt")})),
-                             Code("path"), &status),
-              "/raw/path")
-        << tag;
-  }
 }
 
 // A host that cannot make objects or read blocks still has every operation

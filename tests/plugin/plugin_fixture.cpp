@@ -72,9 +72,9 @@ Value PluginTest::NewKeychain(const std::string &fileName) {
   OSStatus status = SecKeychainCreate(path.c_str(), 0, "", false, nullptr, &created);
   EXPECT_EQ(status, 0) << "creating " << path;
   if (created) CFRelease(created);
-  Value keychain = Shared("Open(path as string) as KeychainZNQ", {Text(path)});
+  Value keychain = Shared(decl::kOpenPath, {Text(path)});
   EXPECT_FALSE(keychain.isNil());
-  Method(keychain, "Unlock(password as string)", {Text("")});
+  Method(keychain, decl::kUnlockWith, {Text("")});
   return keychain;
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "declarations.h"
 #include "plugin_host/host.h"
 #include "support/cf_live_objects.h"
 #include "support/scoped_env.h"

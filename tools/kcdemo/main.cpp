@@ -40,21 +40,28 @@ class Demo {
  public:
   explicit Demo(Host &host) : host_(host) {}
 
-  Value Shared(const std::string &declaration, const std::vector<Arg> &args = {}) {
-    return Checked(host_.CallShared(kModule, declaration, args), declaration);
+  // Methods are named by name and parameter types; the declaration is the
+  // one the plug-in registered.
+  using Types = std::vector<std::string>;
+  Value Shared(const std::string &name, const Types &types, const std::vector<Arg> &args = {}) {
+    const std::string declaration = host_.DeclarationOf(kModule, name, types);
+    return Checked(host_.CallShared(kModule, declaration, args), name);
   }
-  Value Method(const Value &object, const std::string &declaration, const std::vector<Arg> &args = {}) {
-    return Checked(host_.CallMethod(object, declaration, args), declaration);
+  Value Method(const Value &object, const std::string &name, const Types &types = {},
+               const std::vector<Arg> &args = {}) {
+    const std::string declaration = host_.DeclarationOf(host_.ClassName(object), name, types);
+    return Checked(host_.CallMethod(object, declaration, args), name);
   }
-  void Assign(const Value &object, const std::string &declaration, const Value &value) {
-    Checked(host_.AssignMethod(object, declaration, {}, value), declaration);
+  void Assign(const Value &object, const std::string &name, const Value &value) {
+    const std::string declaration = host_.DeclarationOf(host_.ClassName(object), name, {});
+    Checked(host_.AssignMethod(object, declaration, {}, value), name);
   }
 
   RBInteger LastError() { return host_.GetModuleProperty(kModule, "LastError").value.integer(); }
   RBInteger ObjectStatus(const Value &object) { return host_.GetProperty(object, "Lasterror").value.integer(); }
 
   std::string Message(RBInteger status) {
-    Value text = host_.CallShared(kModule, "ErrorMessageString(error as integer) as string",
+    Value text = host_.CallShared(kModule, host_.DeclarationOf(kModule, "ErrorMessageString", {"integer"}),
                                   {Value::Integer(status)}).value;
     return text.isNil() ? "" : host_.StringUTF8(text);
   }
@@ -87,27 +94,14 @@ class Demo {
   int failures_ = 0;
 };
 
-const char *kAddGeneric =
-    "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-    "password as string) as KeychainItemZNQ";
-const char *kAddInternet =
-    "AddInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
-    "accountName as string, path as string, port as integer, protocol as string, "
-    "authenticationType as string, password as memoryblock) as KeychainItemZNQ";
-const char *kFindGeneric =
-    "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, "
-    "byref password as memoryblock) as KeychainItemZNQ";
-const char *kFindGenericItem =
-    "FindGenericItem(keychain as KeychainZNQ, serviceName as string, accountName as string) as "
-    "KeychainItemZNQ";
-const char *kFindInternet =
-    "FindInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
-    "accountName as string, path as string, port as integer, protocol as string, "
-    "authenticationType as string, byref password as memoryblock) as KeychainItemZNQ";
-const char *kFindInternetItem =
-    "FindInternetItem(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
-    "accountName as string, path as string, port as integer, protocol as string, "
-    "authenticationType as string) as KeychainItemZNQ";
+// Parameter types of the module forms of the password operations.
+const Demo::Types kGenericTypes = {"KeychainZNQ", "string", "string"};
+const Demo::Types kInternetTypes = {"KeychainZNQ", "string", "string", "string", "string",
+                                    "integer",     "string", "string"};
+Demo::Types With(Demo::Types types, const std::string &last) {
+  types.push_back(last);
+  return types;
+}
 
 std::vector<Arg> InternetArgs(Demo &d, const Value &keychain, std::vector<Value> &keep) {
   keep = {d.Str(kServer), d.Str(""), d.Str(kAccount), d.Str("/login"), Value::Integer(443),
@@ -119,25 +113,25 @@ std::vector<Arg> InternetArgs(Demo &d, const Value &keychain, std::vector<Value>
 
 // Leftovers of an interrupted run are removed first, so the adds succeed.
 void RemoveLeftovers(Demo &d, const Value &keychain) {
-  Value generic = d.Shared(kFindGenericItem, {keychain, d.Str(kService), d.Str(kAccount)});
+  Value generic = d.Shared("FindGenericItem", kGenericTypes, {keychain, d.Str(kService), d.Str(kAccount)});
   if (!generic.isNil()) d.Method(generic, "Delete");
   std::vector<Value> keep;
-  Value internet = d.Shared(kFindInternetItem, InternetArgs(d, keychain, keep));
+  Value internet = d.Shared("FindInternetItem", kInternetTypes, InternetArgs(d, keychain, keep));
   if (!internet.isNil()) d.Method(internet, "Delete");
 }
 
 int Run(Demo &d) {
-  Value keychain = d.Shared("Default as KeychainZNQ");
+  Value keychain = d.Shared("Default", {});
   d.Report("Default keychain", d.LastError());
   if (keychain.isNil()) return 1;
-  Value path = d.Method(keychain, "Path as string");
+  Value path = d.Method(keychain, "Path");
   d.Report("  its path", d.ObjectStatus(keychain), d.Text(path));
-  Value name = d.Method(keychain, "Name as string");
+  Value name = d.Method(keychain, "Name");
   d.Report("  its name", d.ObjectStatus(keychain), d.Text(name));
   // Unlocking lasts for one process. The keychain made on first use has an
   // empty password; any other is unlocked by asking the user.
-  if (!d.Method(keychain, "IsUnlocked as boolean").boolean()) {
-    d.Method(keychain, "Unlock(password as string)", {d.Str("")});
+  if (!d.Method(keychain, "IsUnlocked").boolean()) {
+    d.Method(keychain, "Unlock", {"string"}, {d.Str("")});
     RBInteger status = d.ObjectStatus(keychain);
     if (status != 0) {
       std::printf("%-44s status %-7ld %s\n", "Unlock with an empty password", static_cast<long>(status),
@@ -147,62 +141,62 @@ int Run(Demo &d) {
     }
     d.Report("Unlock the default keychain", status);
   }
-  Value version = d.Shared("Version as integer");
+  Value version = d.Shared("Version", {});
   d.Report("Keychain Services version", d.LastError(), std::to_string(version.integer()));
   RemoveLeftovers(d, keychain);
 
-  Value generic = d.Shared(kAddGeneric, {keychain, d.Str(kService), d.Str(kAccount), d.Str("demo-password-1")});
+  Value generic = d.Shared("AddGenericPassword", With(kGenericTypes, "string"), {keychain, d.Str(kService), d.Str(kAccount), d.Str("demo-password-1")});
   d.Report("Add generic password", d.LastError(), std::string(kService) + " / " + kAccount);
 
   std::vector<Value> keep;
   std::vector<Arg> internetArgs = InternetArgs(d, keychain, keep);
   Value secret = d.host().MemoryBlock("demo-password-2");
   internetArgs.push_back(secret);
-  Value internet = d.Shared(kAddInternet, internetArgs);
+  Value internet = d.Shared("AddInternetPassword", With(kInternetTypes, "memoryblock"), internetArgs);
   d.Report("Add internet password", d.LastError(), std::string("https://") + kServer + "/login");
 
   Value password;
-  Value found = d.Shared(kFindGeneric, {keychain, d.Str(kService), d.Str(kAccount), Arg::ByRef(password)});
+  Value found = d.Shared("FindGenericPassword", With(kGenericTypes, "byref memoryblock"), {keychain, d.Str(kService), d.Str(kAccount), Arg::ByRef(password)});
   d.Report("Find generic password", d.LastError(), "password " + d.Bytes(password));
 
   Value internetPassword;
   std::vector<Arg> findArgs = InternetArgs(d, keychain, keep);
   findArgs.push_back(Arg::ByRef(internetPassword));
-  Value foundInternet = d.Shared(kFindInternet, findArgs);
+  Value foundInternet = d.Shared("FindInternetPassword", With(kInternetTypes, "byref memoryblock"), findArgs);
   d.Report("Find internet password", d.LastError(), "password " + d.Bytes(internetPassword));
   if (found.isNil() || foundInternet.isNil()) return 1;
 
-  d.Report("  generic item class", d.ObjectStatus(found), d.Text(d.Method(found, "ItemClass as string")));
+  d.Report("  generic item class", d.ObjectStatus(found), d.Text(d.Method(found, "ItemClass")));
   d.Report("  internet item class", d.ObjectStatus(foundInternet),
-           d.Text(d.Method(foundInternet, "ItemClass as string")));
-  d.Report("  account", d.ObjectStatus(found), d.Text(d.Method(found, "Account as string")));
-  d.Report("  service", d.ObjectStatus(found), d.Text(d.Method(found, "Service as string")));
+           d.Text(d.Method(foundInternet, "ItemClass")));
+  d.Report("  account", d.ObjectStatus(found), d.Text(d.Method(found, "Account")));
+  d.Report("  service", d.ObjectStatus(found), d.Text(d.Method(found, "Service")));
   d.Report("  server (attribute srvr)", d.ObjectStatus(foundInternet),
-           d.Text(d.Method(foundInternet, "AttributeText(attributeName as string) as string", {d.Str("srvr")})));
+           d.Text(d.Method(foundInternet, "AttributeText", {"string"}, {d.Str("srvr")})));
 
-  d.Assign(found, "Label as string", d.Str("kcdemo sample"));
+  d.Assign(found, "Label", d.Str("kcdemo sample"));
   d.Report("Set label", d.ObjectStatus(found));
-  d.Assign(found, "Comment as string", d.Str("written by kcdemo"));
+  d.Assign(found, "Comment", d.Str("written by kcdemo"));
   d.Report("Set comment", d.ObjectStatus(found));
-  d.Report("  label now", d.ObjectStatus(found), d.Text(d.Method(found, "Label as string")));
-  d.Report("  comment now", d.ObjectStatus(found), d.Text(d.Method(found, "Comment as string")));
+  d.Report("  label now", d.ObjectStatus(found), d.Text(d.Method(found, "Label")));
+  d.Report("  comment now", d.ObjectStatus(found), d.Text(d.Method(found, "Comment")));
 
-  d.Assign(found, "Password as memoryblock", d.host().MemoryBlock("demo-password-3"));
+  d.Assign(found, "Password", d.host().MemoryBlock("demo-password-3"));
   d.Report("Change generic password", d.ObjectStatus(found));
-  Value again = d.Shared(kFindGeneric, {keychain, d.Str(kService), d.Str(kAccount), Arg::ByRef(password)});
+  Value again = d.Shared("FindGenericPassword", With(kGenericTypes, "byref memoryblock"), {keychain, d.Str(kService), d.Str(kAccount), Arg::ByRef(password)});
   d.Report("Find it again", d.LastError(), "password " + d.Bytes(password));
 
-  Value reference = d.Method(found, "PersistentReference as Memoryblock");
+  Value reference = d.Method(found, "PersistentReference");
   d.Report("Persistent reference", d.ObjectStatus(found), std::to_string(d.Bytes(reference).size()) + " bytes");
-  Value fromReference = d.Shared("ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ", {reference});
-  d.Report("  item from it", d.LastError(), d.Text(d.Method(fromReference, "Label as string")));
+  Value fromReference = d.Shared("ItemFromPersistentReference", {"memoryblock"}, {reference});
+  d.Report("  item from it", d.LastError(), d.Text(d.Method(fromReference, "Label")));
 
   d.Method(found, "Delete");
   d.Report("Delete generic password", d.ObjectStatus(found));
   d.Method(foundInternet, "Delete");
   d.Report("Delete internet password", d.ObjectStatus(foundInternet));
 
-  Value gone = d.Shared(kFindGenericItem, {keychain, d.Str(kService), d.Str(kAccount)});
+  Value gone = d.Shared("FindGenericItem", kGenericTypes, {keychain, d.Str(kService), d.Str(kAccount)});
   const RBInteger status = d.LastError();
   std::printf("%-44s status %-7ld %s (expected: not found)\n", "Find deleted generic password",
               static_cast<long>(status), d.Message(status).c_str());

@@ -125,6 +125,12 @@ class Host {
 
   const DefinitionInfo* Module(const std::string& name) const;
   const DefinitionInfo* Class(const std::string& name) const;  // plug-in classes
+  // The registered declaration of a module's or class's method with this name
+  // and these parameter types ("string", "KeychainZNQ", "byref memoryblock",
+  // "KeychainZNQ()"; any case), so that a program can pick an overload
+  // without writing its declaration out. Empty when none matches.
+  std::string DeclarationOf(const std::string& owner, const std::string& name,
+                            const std::vector<std::string>& parameterTypes) const;
   // The text after " = " of a module's or class's constant.
   std::optional<std::string> Constant(const std::string& owner, const std::string& name) const;
 
