@@ -6,6 +6,8 @@ function(kc_add_test name)
   cmake_parse_arguments(KT "" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${KT_SOURCES})
   target_link_libraries(${name} PRIVATE ${KT_LIBS} kc_test_support GTest::gtest GTest::gtest_main)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60
+  # Parameterised tests carry their own names (suffixes such as /Host2014_0),
+  # so the printed parameter is left out of the CTest name.
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 NO_PRETTY_VALUES
                        PROPERTIES TIMEOUT 300)
 endfunction()
