@@ -133,6 +133,9 @@ bool ParseDeclaration(const std::string& text, Declaration* out) {
   std::string t = Trim(text);
   std::string head = t, tail;
   size_t open = t.find('(');
+  // A parameter list follows the name directly; a "(" after " as " belongs
+  // to an array result ("List as T()").
+  if (open != std::string::npos && !IsIdentifier(Trim(t.substr(0, open)))) open = std::string::npos;
   size_t close = std::string::npos;
   if (open != std::string::npos) {
     // The parameter list's closing parenthesis: match nesting for "x()".

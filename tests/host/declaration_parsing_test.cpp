@@ -27,6 +27,12 @@ TEST(DeclarationParsing, ReadsParametersByRefAssignsArraysAndResults) {
 
   ASSERT_TRUE(ParseDeclaration("AllItems(itemClass as string) as KeychainItemZNQ()", &d));
   EXPECT_TRUE(d.result.array);
+  // An array result without parameters: the "()" belongs to the type.
+  ASSERT_TRUE(ParseDeclaration("SearchList as KeychainZNQ()", &d));
+  EXPECT_EQ(d.name, "SearchList");
+  EXPECT_TRUE(d.params.empty());
+  EXPECT_EQ(d.result.name, "KeychainZNQ");
+  EXPECT_TRUE(d.result.array);
 
   ASSERT_TRUE(ParseDeclaration("Value(key As Variant, Assigns _value As Variant)", &d));
   EXPECT_TRUE(d.params[1].assigns);
