@@ -468,7 +468,16 @@ int Store::Find(uint32_t itemClass, const std::vector<Filter>& filters, int64_t 
                 bool withSecret, std::vector<ItemRow>* out) {
   // The class is written into the text (not bound) so that SQLite can use the
   // partial unique indexes; statements are cached by their text.
-  std::string sql = "SELECT " + SelectList(withSecret) + " FROM items WHERE id > ?1";
+  //
+  // A walk goes on in batches after the last id it delivered. Through an
+  // attribute index each later batch would collect and sort every match again
+  // (a walk of N matches would cost N * N / batch), so later batches follow
+  // the ids instead and stop at the batch's last match: a whole walk then
+  // reads each row at most once. A first batch still uses the index, so a
+  // selective filter (a find, a narrow search) stays a short index probe.
+  const bool followIds = afterId > 0 && !filters.empty();
+  std::string sql = "SELECT " + SelectList(withSecret) + " FROM items" +
+                    (followIds ? " NOT INDEXED" : "") + " WHERE id > ?1";
   if (itemClass != kClassAnyRecord) sql += " AND class = " + std::to_string(itemClass);
   for (size_t i = 0; i < filters.size(); ++i)
     sql += std::string(" AND ") + filters[i].attr->column + " = ?" + std::to_string(i + 3);

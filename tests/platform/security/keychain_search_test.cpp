@@ -68,6 +68,24 @@ TEST_F(KeychainSearch, AttributesMatchExactlyAndAllTogether) {
   CFRelease(kc);
 }
 
+// A filtered walk longer than one batch of the store delivers every match
+// once, in the order the items were added, whichever way each batch is read.
+TEST_F(KeychainSearch, FilteredWalksAcrossBatchesDeliverEveryMatchOnceInOrder) {
+  SecKeychainRef kc = Create("long.keychain");
+  std::vector<std::string> want;
+  for (int i = 0; i < 700; ++i) {
+    const std::string account = "user" + std::to_string(i);
+    const bool web = i % 3 != 2;
+    ASSERT_EQ(AddGeneric(kc, web ? "web" : "mail", account.c_str(), "pw"), errSecSuccess);
+    if (web) want.push_back(account);
+  }
+  char web[] = "web";
+  SecKeychainAttribute service = {kSecServiceItemAttr, 3, web};
+  SecKeychainAttributeList list = {1, &service};
+  EXPECT_EQ(Search(kc, kSecGenericPasswordItemClass, &list), want);
+  CFRelease(kc);
+}
+
 TEST_F(KeychainSearch, SeveralKeychainsAreWalkedInOrderAndExhaustionRepeats) {
   SecKeychainRef a = Create("a.keychain");
   SecKeychainRef b = Create("b.keychain");
