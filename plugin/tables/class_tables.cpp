@@ -47,6 +47,7 @@ REALproperty KeychainSettingsProperties[] = {
 
 REALmethodDefinition KeychainMethods[] = {
     Method(IsUnlocked, "IsUnlocked as boolean"),
+    Method(AllItems, "AllItems(itemClass as string) as KeychainItemZNQ()"),
     Method(rbSecKeychainFindInternetPassword, "FindInternetPassword(serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string, byref password as memoryblock) as KeychainItemZNQ"),
     Method(rbSecKeychainFindGenericPassword, "FindGenericPassword(serviceName as string, accountName as string, byref password as memoryblock) as KeychainItemZNQ"),
     Method(rbSecKeychainFindInternetItem, "FindInternetItem(serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string) as KeychainItemZNQ"),
@@ -79,6 +80,10 @@ REALmethodDefinition KeychainItemMethods[] = {
     Method(getItemClass, "ItemClass as string"),
     Method(rbSecKeychainItemCopyKeychain, "Keychain as KeychainZNQ"),
     Method(rbSecKeychainItemCreatePersistentReference, "PersistentReference as Memoryblock"),
+};
+
+REALmethodDefinition KeychainSearchMethods[] = {
+    Method(rbSecKeychainSearchCopyNext, "NextItem as KeychainItemZNQ"),
 };
 
 REALconstant KeychainConstants[] = {
@@ -143,9 +148,9 @@ REALclassDefinition KeychainSettingsClass = {
     nullptr, 0, {0, 0, 0}, {0, 0}, nullptr, 0, kClassFlags, nullptr, 0, nullptr, 0, {0, 0, 0, 0},
 };
 
-// Its "NextItem" method arrives with the searches.
 REALclassDefinition KeychainSearchClass = {
     12, "KeychainSearchZNQ", nullptr, kInstanceDataSize, 0, nullptr, KeychainSearchDestructor,
-    KeychainSearchProperties, std::size(KeychainSearchProperties), nullptr, 0,
+    KeychainSearchProperties, std::size(KeychainSearchProperties), KeychainSearchMethods,
+    std::size(KeychainSearchMethods),
     nullptr, 0, {0, 0, 0}, {0, 0}, nullptr, 0, kClassFlags, nullptr, 0, nullptr, 0, {0, 0, 0, 0},
 };

@@ -6,12 +6,15 @@
 #include "keychain/keychain_item.h"
 #include "keychain/keychain_object.h"
 #include "keychain/password_lookup.h"
+#include "lists/keychain_lists.h"
+#include "search/keychain_search.h"
 #include "status/status.h"
 #include "tables/table_rows.h"
 
 namespace {
 
 REALmethodDefinition SharedMethods[] = {
+    Method(AllItems, "AllItems(keychain as KeychainZNQ, itemClass as string) as KeychainItemZNQ()"),
     Method(rbSecKeychainFindInternetPassword, "FindInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string, byref password as memoryblock) as KeychainItemZNQ"),
     Method(rbSecKeychainFindGenericPassword, "FindGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, byref password as memoryblock) as KeychainItemZNQ"),
     Method(rbSecKeychainFindInternetItem, "FindInternetItem(keychain as KeychainZNQ, serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string) as KeychainItemZNQ"),
@@ -21,11 +24,22 @@ REALmethodDefinition SharedMethods[] = {
     Method(rbSecKeychainAddGenericPasswordS, "AddGenericPassword(keychain as KeychainZNQ, serviceName as string, accountName as string, password as string) as KeychainItemZNQ"),
     Method(rbSecKeychainAddInternetPasswordS, "AddInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, accountName as string, path as string, port as integer, protocol as string, authenticationType as string, password as string) as KeychainItemZNQ"),
     Method(rbSecCopyErrorMessageString, "ErrorMessageString(error as integer) as string"),
+    Method(rbSecKeychainSetDomainDefault, "SetDomainDefault(domain as integer, keychain as KeychainZNQ)"),
+    Method(rbSecKeychainCopyDomainDefault, "DomainDefault(domain as integer) as KeychainZNQ"),
+    Method(rbSecKeychainSetDomainSearchList, "SetDomainSearchList(domain as integer, list() as KeychainZNQ)"),
+    Method(rbSecKeychainCopyDomainSearchList, "DomainSearchList(domain as integer) as KeychainZNQ()"),
+    Method(rbSecKeychainGetPreferenceDomain, rbSecKeychainSetPreferenceDomain, "PreferenceDomain as integer"),
+    Method(rbSecKeychainSetSearchList, "SetSearchList(list() as KeychainZNQ)"),
+    Method(rbSecKeychainCopySearchList, "SearchList as KeychainZNQ()"),
     Method(rbSecKeychainItemCopyFromPersistentReference, "ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ"),
+    Method(rbSecKeychainSearchCreateFromAttributes, "SearchCreateFromAttributes(keychain as KeychainZNQ, itemClass as string, AttributeKeys() as string, AttributeValues() as string) as KeychainSearchZNQ"),
+    Method(rbSecKeychainSearchCreateFromAttributes2, "SearchCreateFromAttributes(keychains() as KeychainZNQ, itemClass as string, AttributeKeys() as string, AttributeValues() as string) as KeychainSearchZNQ"),
     Method(rbSecKeychainOpenFile, "Open(file as folderitem) as KeychainZNQ"),
     Method(rbSecKeychainOpenPath, "Open(path as string) as KeychainZNQ"),
     Method(rbSecKeychainCopyDefault, "Default as KeychainZNQ"),
     Method(rbSecKeychainGetVersion, "Version as integer"),
+    Method(rbSecKeychainLockAll, "LockAll"),
+    Method(rbSecKeychainGetUserInteractionAllowed, rbSecKeychainSetUserInteractionAllowed, "UserInteractionAllowed as boolean"),
 };
 
 REALconstant SharedConstants[] = {

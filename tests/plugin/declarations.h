@@ -12,6 +12,8 @@ namespace kc_plugin_test {
 namespace decl {
 
 // ---- Module KeychainManagerZNQ ------------------------------------------------
+inline constexpr const char kAllItemsM[] =
+    "AllItems(keychain as KeychainZNQ, itemClass as string) as KeychainItemZNQ()";
 inline constexpr const char kFindInternetPasswordM[] =
     "FindInternetPassword(keychain as KeychainZNQ, serverName as string, securityDomain as string, "
     "accountName as string, path as string, port as integer, protocol as string, authenticationType as "
@@ -41,15 +43,33 @@ inline constexpr const char kAddInternetTextM[] =
     "accountName as string, path as string, port as integer, protocol as string, authenticationType as "
     "string, password as string) as KeychainItemZNQ";
 inline constexpr const char kMessage[] = "ErrorMessageString(error as integer) as string";
+inline constexpr const char kSetDomainDefault[] =
+    "SetDomainDefault(domain as integer, keychain as KeychainZNQ)";
+inline constexpr const char kDomainDefault[] = "DomainDefault(domain as integer) as KeychainZNQ";
+inline constexpr const char kSetDomainSearchList[] =
+    "SetDomainSearchList(domain as integer, list() as KeychainZNQ)";
+inline constexpr const char kDomainSearchList[] = "DomainSearchList(domain as integer) as KeychainZNQ()";
+inline constexpr const char kPreferenceDomain[] = "PreferenceDomain as integer";
+inline constexpr const char kSetSearchList[] = "SetSearchList(list() as KeychainZNQ)";
+inline constexpr const char kSearchList[] = "SearchList as KeychainZNQ()";
 inline constexpr const char kFromReference[] =
     "ItemFromPersistentReference(data as memoryblock) as KeychainItemZNQ";
+inline constexpr const char kSearchCreate[] =
+    "SearchCreateFromAttributes(keychain as KeychainZNQ, itemClass as string, AttributeKeys() as "
+    "string, AttributeValues() as string) as KeychainSearchZNQ";
+inline constexpr const char kSearchCreateMany[] =
+    "SearchCreateFromAttributes(keychains() as KeychainZNQ, itemClass as string, AttributeKeys() as "
+    "string, AttributeValues() as string) as KeychainSearchZNQ";
 inline constexpr const char kOpenFile[] = "Open(file as folderitem) as KeychainZNQ";
 inline constexpr const char kOpenPath[] = "Open(path as string) as KeychainZNQ";
 inline constexpr const char kDefault[] = "Default as KeychainZNQ";
 inline constexpr const char kVersion[] = "Version as integer";
+inline constexpr const char kLockAll[] = "LockAll";
+inline constexpr const char kUserInteractionAllowed[] = "UserInteractionAllowed as boolean";
 
 // ---- KeychainZNQ --------------------------------------------------------------
 inline constexpr const char kIsUnlocked[] = "IsUnlocked as boolean";
+inline constexpr const char kAllItems[] = "AllItems(itemClass as string) as KeychainItemZNQ()";
 inline constexpr const char kFindInternetPassword[] =
     "FindInternetPassword(serverName as string, securityDomain as string, accountName as string, path "
     "as string, port as integer, protocol as string, authenticationType as string, byref password as "
@@ -99,6 +119,9 @@ inline constexpr const char kItemClass[] = "ItemClass as string";
 inline constexpr const char kKeychain[] = "Keychain as KeychainZNQ";
 inline constexpr const char kPersistentReference[] = "PersistentReference as Memoryblock";
 
+// ---- KeychainSearchZNQ --------------------------------------------------------
+inline constexpr const char kNextItem[] = "NextItem as KeychainItemZNQ";
+
 }  // namespace decl
 
 // ---- The tables, in order -------------------------------------------------------
@@ -108,6 +131,7 @@ struct ExpectedMethod {
 };
 
 inline const std::vector<ExpectedMethod> kModuleMethods = {
+    {decl::kAllItemsM, false},
     {decl::kFindInternetPasswordM, false},
     {decl::kFindGenericPasswordM, false},
     {decl::kFindInternetItemM, false},
@@ -117,15 +141,27 @@ inline const std::vector<ExpectedMethod> kModuleMethods = {
     {decl::kAddGenericTextM, false},
     {decl::kAddInternetTextM, false},
     {decl::kMessage, false},
+    {decl::kSetDomainDefault, false},
+    {decl::kDomainDefault, false},
+    {decl::kSetDomainSearchList, false},
+    {decl::kDomainSearchList, false},
+    {decl::kPreferenceDomain, true},
+    {decl::kSetSearchList, false},
+    {decl::kSearchList, false},
     {decl::kFromReference, false},
+    {decl::kSearchCreate, false},
+    {decl::kSearchCreateMany, false},
     {decl::kOpenFile, false},
     {decl::kOpenPath, false},
     {decl::kDefault, false},
     {decl::kVersion, false},
+    {decl::kLockAll, false},
+    {decl::kUserInteractionAllowed, true},
 };
 
 inline const std::vector<ExpectedMethod> kKeychainMethods = {
     {decl::kIsUnlocked, false},
+    {decl::kAllItems, false},
     {decl::kFindInternetPassword, false},
     {decl::kFindGenericPassword, false},
     {decl::kFindInternetItem, false},
@@ -160,7 +196,9 @@ inline const std::vector<ExpectedMethod> kItemMethods = {
     {decl::kPersistentReference, false},
 };
 
-inline const std::vector<ExpectedMethod> kSearchMethods = {};
+inline const std::vector<ExpectedMethod> kSearchMethods = {
+    {decl::kNextItem, false},
+};
 
 inline const std::vector<std::string> kModuleConstants = {
     "ErrorNone = 0",
