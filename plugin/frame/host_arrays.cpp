@@ -66,3 +66,74 @@ REALstring REALGetArrayString(REALarray array, RBInteger index) {
   auto f = reinterpret_cast<RuntimeDirectReadStringArray_fn>(Bind(cache, "RuntimeDirectReadStringArray"));
   return f ? f(array, index) : nullptr;
 }
+
+namespace {
+
+// The array's get procedure, asked for through one wrapper's own cache.
+void *GetProcedure(void *&cache, REALarray array) {
+  auto f = reinterpret_cast<RuntimeArrayDirectGetGetProc_fn>(Bind(cache, "RuntimeArrayDirectGetGetProc"));
+  return f != nullptr && array != nullptr ? f(array) : nullptr;
+}
+
+}  // namespace
+
+REALstring REALGetArrayValueString(REALarray array, RBInteger index) {
+  if (array == nullptr) return nullptr;
+  if (ReadsArrayStorage(array)) {
+    REALstring element = static_cast<REALstring>(Storage(array)[index]);
+    if (element != nullptr) REALLockString(element);
+    return element;
+  }
+  static void *cache;
+  auto get = reinterpret_cast<REALArrayGetStringProc>(GetProcedure(cache, array));
+  return get ? get(array, index) : nullptr;
+}
+
+int32_t REALGetArrayValueInt32(REALarray array, RBInteger index) {
+  static void *cache;
+  auto get = reinterpret_cast<REALArrayGetInt32Proc>(GetProcedure(cache, array));
+  return get ? get(array, index) : 0;
+}
+
+int64_t REALGetArrayValueInt64(REALarray array, RBInteger index) {
+  static void *cache;
+  auto get = reinterpret_cast<REALArrayGetInt64Proc>(GetProcedure(cache, array));
+  return get ? get(array, index) : 0;
+}
+
+float REALGetArrayValueSingle(REALarray array, RBInteger index) {
+  static void *cache;
+  auto get = reinterpret_cast<REALArrayGetSingleProc>(GetProcedure(cache, array));
+  return get ? get(array, index) : 0;
+}
+
+double REALGetArrayValueDouble(REALarray array, RBInteger index) {
+  static void *cache;
+  auto get = reinterpret_cast<REALArrayGetDoubleProc>(GetProcedure(cache, array));
+  return get ? get(array, index) : 0;
+}
+
+bool REALGetArrayValueUInt8(REALarray array, RBInteger index) {
+  if (ReadsArrayStorage(array)) return reinterpret_cast<const unsigned char *>(Storage(array))[index] != 0;
+  static void *cache;
+  auto get = reinterpret_cast<REALArrayGetBooleanProc>(GetProcedure(cache, array));
+  return get ? (get(array, index) & 0xFF) != 0 : false;
+}
+
+void REALSetArrayValueObject(REALarray array, RBInteger index, REALobject obj) {
+  if (array == nullptr) return;
+  if (ReadsArrayStorage(array)) {
+    void **slot = Storage(array) + index;
+    if (obj != nullptr) REALLockObject(obj);
+    if (*slot != nullptr) {
+      REALUnlockObject(static_cast<REALobject>(*slot));
+      *slot = nullptr;
+    }
+    *slot = obj;
+    return;
+  }
+  static void *cache;
+  auto f = reinterpret_cast<RuntimeArrayDirectGetSetProc_fn>(Bind(cache, "RuntimeArrayDirectGetSetProc"));
+  if (f == nullptr) return;
+  if (auto set = reinterpret_cast<REALArraySetObjectProc>(f(array))) set(array, obj, index);
+}

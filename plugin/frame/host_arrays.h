@@ -28,6 +28,23 @@ REALobject REALGetArrayValueObject(REALarray array, RBInteger index);
 // "RuntimeDirectReadStringArray" where the storage is not exposed.
 REALstring REALGetArrayString(REALarray array, RBInteger index);
 
+// The same element read through the array's get procedure where the storage
+// is not exposed (arrays of strings inside variants).
+REALstring REALGetArrayValueString(REALarray array, RBInteger index);
+
+// Numeric elements, always through the array's get procedure (0 without
+// one); Booleans, in place where the storage is exposed (one byte each).
+int32_t REALGetArrayValueInt32(REALarray array, RBInteger index);
+int64_t REALGetArrayValueInt64(REALarray array, RBInteger index);
+float REALGetArrayValueSingle(REALarray array, RBInteger index);
+double REALGetArrayValueDouble(REALarray array, RBInteger index);
+bool REALGetArrayValueUInt8(REALarray array, RBInteger index);
+
+// Stores obj (nil allowed) at index of an array of objects: in place, with
+// the locks moved by hand, where the storage is exposed, else through the
+// array's set procedure; nothing happens without one.
+void REALSetArrayValueObject(REALarray array, RBInteger index, REALobject obj);
+
 // True when this array's elements are read in place: the host is 2013.9 or
 // older and exposes the array's storage.
 bool ReadsArrayStorage(REALarray array);

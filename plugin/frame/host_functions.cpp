@@ -57,6 +57,48 @@ void *REALLoadFrameworkMethod(const char *prototype) {
   return f ? f(nullptr, prototype) : nullptr;
 }
 
+void *REALLoadObjectMethod(REALobject obj, const char *declaration) {
+  static void *cache;
+  auto f = As<REALLoadObjectMethod_fn>(Bind(cache, "REALLoadObjectMethod"));
+  return f ? f(obj, declaration) : nullptr;
+}
+
+REALclassRef REALGetClassRef(const char *className) {
+  static void *cache;
+  auto f = As<pluginObjectType_fn>(Bind(cache, "pluginObjectType"));
+  return f ? f(className) : nullptr;
+}
+
+bool REALObjectIsA(REALobject obj, REALclassRef cls) {
+  static void *cache;
+  auto f = As<RuntimeObjectIsa_fn>(Bind(cache, "RuntimeObjectIsa"));
+  return f ? f(obj, cls) != 0 : false;
+}
+
+bool REALGetPropValueInt64(REALobject obj, const char *name, int64_t *out) {
+  static void *cache;
+  auto f = As<REALGetPropValueInt64_fn>(Bind(cache, "REALGetPropValueInt64"));
+  return f ? f(obj, name, out) != 0 : false;
+}
+
+bool REALGetPropValueSingle(REALobject obj, const char *name, float *out) {
+  static void *cache;
+  auto f = As<REALGetPropValueSingle_fn>(Bind(cache, "REALGetPropValueSingle"));
+  return f ? f(obj, name, out) != 0 : false;
+}
+
+bool REALGetPropValueDouble(REALobject obj, const char *name, double *out) {
+  static void *cache;
+  auto f = As<REALGetPropValueDouble_fn>(Bind(cache, "REALGetPropValueDouble"));
+  return f ? f(obj, name, out) != 0 : false;
+}
+
+bool REALGetPropValueString(REALobject obj, const char *name, REALstring *out) {
+  static void *cache;
+  auto f = As<REALGetPropValueString_fn>(Bind(cache, "REALGetPropValueString"));
+  return f ? f(obj, name, out) != 0 : false;
+}
+
 bool REALGetPropValueInt32(REALobject obj, const char *name, int32_t *out) {
   static void *cache;
   auto f = As<REALGetPropValueInt_fn>(Bind(cache, "REALGetPropValueInt"));
@@ -156,4 +198,16 @@ bool REALFSSpecFromFolderItem(struct FSSpec *spec, REALfolderItem item) {
   static void *cache;
   auto f = As<REALFSSpecFromFolderItem_fn>(Bind(cache, "REALFSSpecFromFolderItem"));
   return f ? f(spec, item) != 0 : false;
+}
+
+REALfolderItem REALFolderItemFromParentFSRef(const struct FSRef *parent, const struct HFSUniStr255 *name) {
+  static void *cache;
+  auto f = As<REALFolderItemFromParentFSRef_fn>(Bind(cache, "REALFolderItemFromParentFSRef"));
+  return f ? f(parent, name) : nullptr;
+}
+
+REALfolderItem REALFolderItemFromFSSpec(const struct FSSpec *spec) {
+  static void *cache;
+  auto f = As<FolderItemFromFSSpec_fn>(Bind(cache, "FolderItemFromFSSpec"));
+  return f ? f(spec) : nullptr;
 }

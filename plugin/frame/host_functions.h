@@ -27,7 +27,14 @@ void REALLockObject(REALobject obj);
 void REALUnlockObject(REALobject obj);
 void REALRaiseException(REALobject exception);
 void *REALLoadFrameworkMethod(const char *prototype);
+void *REALLoadObjectMethod(REALobject obj, const char *declaration);
+REALclassRef REALGetClassRef(const char *className);
+bool REALObjectIsA(REALobject obj, REALclassRef cls);
 bool REALGetPropValueInt32(REALobject obj, const char *name, int32_t *out);
+bool REALGetPropValueInt64(REALobject obj, const char *name, int64_t *out);
+bool REALGetPropValueSingle(REALobject obj, const char *name, float *out);
+bool REALGetPropValueDouble(REALobject obj, const char *name, double *out);
+bool REALGetPropValueString(REALobject obj, const char *name, REALstring *out);  // owned
 bool REALSetPropValueInt32(REALobject obj, const char *name, int32_t value);
 bool REALSetPropValueString(REALobject obj, const char *name, REALstring value);
 
@@ -54,3 +61,5 @@ RBInteger REALMemoryBlockGetSize(REALmemoryBlock block);
 // Folder items
 bool REALFSRefFromFolderItem(REALfolderItem item, struct FSRef *ref, struct HFSUniStr255 *name);
 bool REALFSSpecFromFolderItem(struct FSSpec *spec, REALfolderItem item);
+REALfolderItem REALFolderItemFromParentFSRef(const struct FSRef *parent, const struct HFSUniStr255 *name);  // owned
+REALfolderItem REALFolderItemFromFSSpec(const struct FSSpec *spec);  // owned

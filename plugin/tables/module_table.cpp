@@ -7,6 +7,8 @@
 #include "keychain/keychain_object.h"
 #include "keychain/password_lookup.h"
 #include "lists/keychain_lists.h"
+#include "query/item_queries.h"
+#include "query/query_names.h"
 #include "search/keychain_search.h"
 #include "status/status.h"
 #include "tables/table_rows.h"
@@ -40,6 +42,18 @@ REALmethodDefinition SharedMethods[] = {
     Method(rbSecKeychainGetVersion, "Version as integer"),
     Method(rbSecKeychainLockAll, "LockAll"),
     Method(rbSecKeychainGetUserInteractionAllowed, rbSecKeychainSetUserInteractionAllowed, "UserInteractionAllowed as boolean"),
+    Method(DeleteItem, "DeleteItem(Query as Dictionary) as boolean"),
+    Method(UpdateItem, "UpdateItem(Query as Dictionary, attributesToUpdate as dictionary) as boolean"),
+    Method(CopyMatching, "CopyMatching(Query as dictionary, byref result as variant) as boolean"),
+    Method(CopyMatchingDics, "CopyMatchingDictionaries(Query as dictionary) as Dictionary()"),
+    Method(CopyMatchingItems, "CopyMatchingItems(Query as dictionary) as KeychainItemZNQ()"),
+    Method(rbGetPassword, "GetPassword(Query as dictionary, byref result as Memoryblock) as boolean"),
+    Method(AddItemK, "AddItem(Keychain as KeychainZNQ, attributesDictionary as dictionary) as boolean"),
+    Method(AddItemK2, "AddItem(Keychain as KeychainZNQ, attributesDictionary as dictionary, byref result as variant) as boolean"),
+// The query names: "kSecClass as string" answered by getkSecClass, and so on.
+#define KC_QUERY_NAME_ROW(name) Method(get##name, #name " as string"),
+    KC_QUERY_NAMES(KC_QUERY_NAME_ROW)
+#undef KC_QUERY_NAME_ROW
 };
 
 REALconstant SharedConstants[] = {

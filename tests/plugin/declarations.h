@@ -66,6 +66,20 @@ inline constexpr const char kDefault[] = "Default as KeychainZNQ";
 inline constexpr const char kVersion[] = "Version as integer";
 inline constexpr const char kLockAll[] = "LockAll";
 inline constexpr const char kUserInteractionAllowed[] = "UserInteractionAllowed as boolean";
+inline constexpr const char kDeleteItem[] = "DeleteItem(Query as Dictionary) as boolean";
+inline constexpr const char kUpdateItem[] =
+    "UpdateItem(Query as Dictionary, attributesToUpdate as dictionary) as boolean";
+inline constexpr const char kCopyMatching[] = "CopyMatching(Query as dictionary, byref result as variant) as boolean";
+inline constexpr const char kCopyMatchingDictionaries[] =
+    "CopyMatchingDictionaries(Query as dictionary) as Dictionary()";
+inline constexpr const char kCopyMatchingItems[] = "CopyMatchingItems(Query as dictionary) as KeychainItemZNQ()";
+inline constexpr const char kGetPassword[] =
+    "GetPassword(Query as dictionary, byref result as Memoryblock) as boolean";
+inline constexpr const char kAddItem[] =
+    "AddItem(Keychain as KeychainZNQ, attributesDictionary as dictionary) as boolean";
+inline constexpr const char kAddItemWithResult[] =
+    "AddItem(Keychain as KeychainZNQ, attributesDictionary as dictionary, byref result as variant) as "
+    "boolean";
 
 // ---- KeychainZNQ --------------------------------------------------------------
 inline constexpr const char kIsUnlocked[] = "IsUnlocked as boolean";
@@ -122,15 +136,56 @@ inline constexpr const char kPersistentReference[] = "PersistentReference as Mem
 // ---- KeychainSearchZNQ --------------------------------------------------------
 inline constexpr const char kNextItem[] = "NextItem as KeychainItemZNQ";
 
+// The query names, in the order of the module's table; each is declared as
+// the name followed by " as string" (QueryNameDeclaration).
+inline const std::vector<std::string> kQueryNames = {
+    "kSecClass", "kSecClassInternetPassword", "kSecClassGenericPassword", "kSecClassCertificate",
+    "kSecClassKey", "kSecClassIdentity", "kSecAttrAccess", "kSecAttrCreationDate",
+    "kSecAttrModificationDate", "kSecAttrDescription", "kSecAttrComment", "kSecAttrCreator",
+    "kSecAttrType", "kSecAttrLabel", "kSecAttrIsInvisible", "kSecAttrIsNegative", "kSecAttrAccount",
+    "kSecAttrService", "kSecAttrGeneric", "kSecAttrSecurityDomain", "kSecAttrServer",
+    "kSecAttrProtocol", "kSecAttrAuthenticationType", "kSecAttrPort", "kSecAttrPath", "kSecAttrSubject",
+    "kSecAttrIssuer", "kSecAttrSerialNumber", "kSecAttrSubjectKeyID", "kSecAttrPublicKeyHash",
+    "kSecAttrCertificateType", "kSecAttrCertificateEncoding", "kSecAttrKeyClass",
+    "kSecAttrApplicationLabel", "kSecAttrIsPermanent", "kSecAttrApplicationTag", "kSecAttrKeyType",
+    "kSecAttrPRF", "kSecAttrSalt", "kSecAttrRounds", "kSecAttrKeySizeInBits",
+    "kSecAttrEffectiveKeySize", "kSecAttrCanEncrypt", "kSecAttrCanDecrypt", "kSecAttrCanDerive",
+    "kSecAttrCanSign", "kSecAttrCanVerify", "kSecAttrCanWrap", "kSecAttrCanUnwrap",
+    "kSecAttrProtocolFTP", "kSecAttrProtocolFTPAccount", "kSecAttrProtocolHTTP", "kSecAttrProtocolIRC",
+    "kSecAttrProtocolNNTP", "kSecAttrProtocolPOP3", "kSecAttrProtocolSMTP", "kSecAttrProtocolSOCKS",
+    "kSecAttrProtocolIMAP", "kSecAttrProtocolLDAP", "kSecAttrProtocolAppleTalk", "kSecAttrProtocolAFP",
+    "kSecAttrProtocolTelnet", "kSecAttrProtocolSSH", "kSecAttrProtocolFTPS", "kSecAttrProtocolHTTPS",
+    "kSecAttrProtocolHTTPProxy", "kSecAttrProtocolHTTPSProxy", "kSecAttrProtocolFTPProxy",
+    "kSecAttrProtocolSMB", "kSecAttrProtocolRTSP", "kSecAttrProtocolRTSPProxy", "kSecAttrProtocolDAAP",
+    "kSecAttrProtocolEPPC", "kSecAttrProtocolIPP", "kSecAttrProtocolNNTPS", "kSecAttrProtocolLDAPS",
+    "kSecAttrProtocolTelnetS", "kSecAttrProtocolIMAPS", "kSecAttrProtocolIRCS", "kSecAttrProtocolPOP3S",
+    "kSecAttrAuthenticationTypeNTLM", "kSecAttrAuthenticationTypeMSN", "kSecAttrAuthenticationTypeDPA",
+    "kSecAttrAuthenticationTypeRPA", "kSecAttrAuthenticationTypeHTTPBasic",
+    "kSecAttrAuthenticationTypeHTTPDigest", "kSecAttrAuthenticationTypeHTMLForm",
+    "kSecAttrAuthenticationTypeDefault", "kSecAttrKeyClassPublic", "kSecAttrKeyClassPrivate",
+    "kSecAttrKeyClassSymmetric", "kSecAttrKeyTypeRSA", "kSecAttrKeyTypeDSA", "kSecAttrKeyTypeAES",
+    "kSecAttrKeyTypeDES", "kSecAttrKeyType3DES", "kSecAttrKeyTypeRC4", "kSecAttrKeyTypeRC2",
+    "kSecAttrKeyTypeCAST", "kSecAttrKeyTypeECDSA", "kSecAttrPRFHmacAlgSHA1", "kSecAttrPRFHmacAlgSHA224",
+    "kSecAttrPRFHmacAlgSHA256", "kSecAttrPRFHmacAlgSHA384", "kSecAttrPRFHmacAlgSHA512",
+    "kSecMatchPolicy", "kSecMatchItemList", "kSecMatchSearchList", "kSecMatchIssuers",
+    "kSecMatchEmailAddressIfPresent", "kSecMatchSubjectContains", "kSecMatchSubjectStartsWith",
+    "kSecMatchSubjectEndsWith", "kSecMatchSubjectWholeString", "kSecMatchCaseInsensitive",
+    "kSecMatchDiacriticInsensitive", "kSecMatchWidthInsensitive", "kSecMatchTrustedOnly",
+    "kSecMatchValidOnDate", "kSecMatchLimit", "kSecMatchLimitOne", "kSecMatchLimitAll",
+    "kSecReturnData", "kSecReturnAttributes", "kSecReturnRef", "kSecReturnPersistentRef",
+    "kSecValueData", "kSecValueRef", "kSecValuePersistentRef", "kSecUseItemList", "kSecUseKeychain",
+};
+inline std::string QueryNameDeclaration(const std::string &name) { return name + " as string"; }
+
 }  // namespace decl
 
 // ---- The tables, in order -------------------------------------------------------
 struct ExpectedMethod {
-  const char *declaration;
+  std::string declaration;
   bool hasSetter;  // a property-like method
 };
 
-inline const std::vector<ExpectedMethod> kModuleMethods = {
+inline const std::vector<ExpectedMethod> kModuleMethodsBeforeQueryNames = {
     {decl::kAllItemsM, false},
     {decl::kFindInternetPasswordM, false},
     {decl::kFindGenericPasswordM, false},
@@ -157,7 +212,22 @@ inline const std::vector<ExpectedMethod> kModuleMethods = {
     {decl::kVersion, false},
     {decl::kLockAll, false},
     {decl::kUserInteractionAllowed, true},
+    {decl::kDeleteItem, false},
+    {decl::kUpdateItem, false},
+    {decl::kCopyMatching, false},
+    {decl::kCopyMatchingDictionaries, false},
+    {decl::kCopyMatchingItems, false},
+    {decl::kGetPassword, false},
+    {decl::kAddItem, false},
+    {decl::kAddItemWithResult, false},
 };
+
+// Every shared method: the operations, then one accessor per query name.
+inline const std::vector<ExpectedMethod> kModuleMethods = [] {
+  std::vector<ExpectedMethod> methods = kModuleMethodsBeforeQueryNames;
+  for (const std::string &name : decl::kQueryNames) methods.push_back({decl::QueryNameDeclaration(name), false});
+  return methods;
+}();
 
 inline const std::vector<ExpectedMethod> kKeychainMethods = {
     {decl::kIsUnlocked, false},
