@@ -29,22 +29,67 @@ bool HashTable::ValuesEqual(const void* a, const void* b) const {
   return a == b || (values_.equal && values_.equal(a, b));
 }
 
-bool HashTable::KeysEqual(const void* a, const void* b) const { return Equal{&keys_}(a, b); }
+bool HashTable::KeysEqual(const void* a, const void* b) const {
+  return a == b || (keys_.equal && keys_.equal(a, b));
+}
+
+size_t HashTable::Hash(const void* key) const {
+  size_t h = keys_.hash ? static_cast<size_t>(keys_.hash(key)) : reinterpret_cast<uintptr_t>(key) >> 4;
+  // Spread the bits: callers' hashes and pointers differ mostly in high or low bits.
+  h ^= h >> 33;
+  h *= 0xff51afd7ed558ccdULL;
+  h ^= h >> 33;
+  return h;
+}
+
+const HashTable::Slot* HashTable::Locate(const void* key) const {
+  if (slots_.empty()) return nullptr;
+  const size_t mask = slots_.size() - 1;
+  for (size_t i = Hash(key) & mask;; i = (i + 1) & mask) {
+    const Slot& slot = slots_[i];
+    if (slot.state == SlotState::kEmpty) return nullptr;
+    if (slot.state == SlotState::kFull && KeysEqual(slot.key, key)) return &slot;
+  }
+}
+
+void HashTable::Insert(const void* key, const Entry& entry) {
+  const size_t mask = slots_.size() - 1;
+  size_t i = Hash(key) & mask;
+  while (slots_[i].state == SlotState::kFull) i = (i + 1) & mask;
+  if (slots_[i].state == SlotState::kRemoved) --removed_;
+  slots_[i] = Slot{key, entry, SlotState::kFull};
+  ++used_;
+}
+
+void HashTable::Reserve() {
+  const size_t needed = static_cast<size_t>(used_ + removed_ + 1) * 2;
+  if (slots_.size() >= needed) return;
+  size_t size = 8;
+  while (size < static_cast<size_t>(used_ + 1) * 2) size *= 2;
+  std::vector<Slot> old;
+  old.swap(slots_);
+  slots_.assign(size, Slot{nullptr, Entry{nullptr, 0}, SlotState::kEmpty});
+  used_ = 0;
+  removed_ = 0;
+  for (const Slot& slot : old)
+    if (slot.state == SlotState::kFull) Insert(slot.key, slot.entry);
+}
 
 const HashTable::Entry* HashTable::Find(const void* key, const void** storedKey) const {
-  auto it = map_.find(key);
-  if (it == map_.end()) return nullptr;
-  if (storedKey) *storedKey = it->first;
-  return &it->second;
+  const Slot* slot = Locate(key);
+  if (slot == nullptr) return nullptr;
+  if (storedKey) *storedKey = slot->key;
+  return &slot->entry;
 }
 
 void HashTable::Put(const void* key, const void* value, Mode mode) {
-  auto it = map_.find(key);
-  if (it == map_.end()) {
+  Slot* slot = Locate(key);
+  if (slot == nullptr) {
     if (mode == Mode::kReplaceIfPresent) return;
     const void* k = RetainKey(key);
     const void* v = RetainValue(value);
-    map_.emplace(k, Entry{v, 1});
+    Reserve();
+    Insert(k, Entry{v, 1});
     ++total_;
     return;
   }
@@ -53,14 +98,14 @@ void HashTable::Put(const void* key, const void* value, Mode mode) {
       return;
     case Mode::kCount:
       // One stored key stands for every occurrence; it is retained once.
-      ++it->second.count;
+      ++slot->entry.count;
       ++total_;
       return;
     case Mode::kReplaceIfPresent:
     case Mode::kSet: {
       const void* v = RetainValue(value);
-      const void* old = it->second.value;
-      it->second.value = v;
+      const void* old = slot->entry.value;
+      slot->entry.value = v;
       ReleaseValue(old);
       return;
     }
@@ -68,16 +113,19 @@ void HashTable::Put(const void* key, const void* value, Mode mode) {
 }
 
 void HashTable::Remove(const void* key, bool all) {
-  auto it = map_.find(key);
-  if (it == map_.end()) return;
-  const void* k = it->first;
-  if (!all && it->second.count > 1) {
-    --it->second.count;
+  Slot* slot = Locate(key);
+  if (slot == nullptr) return;
+  if (!all && slot->entry.count > 1) {
+    --slot->entry.count;
     --total_;
     return;
   }
-  Entry e = it->second;
-  map_.erase(it);
+  const void* k = slot->key;
+  const Entry e = slot->entry;
+  slot->state = SlotState::kRemoved;
+  slot->key = nullptr;
+  --used_;
+  ++removed_;
   total_ -= e.count;
   ReleaseKey(k);
   ReleaseValue(e.value);
@@ -85,26 +133,31 @@ void HashTable::Remove(const void* key, bool all) {
 
 void HashTable::RemoveAll() {
   // Empty the table first: a release callback may look at this collection.
-  std::vector<std::pair<const void*, Entry>> old(map_.begin(), map_.end());
-  map_.clear();
-  total_ = 0;
-  for (auto& kv : old) {
-    ReleaseKey(kv.first);
-    ReleaseValue(kv.second.value);
+  std::vector<Slot> old;
+  old.swap(slots_);
+  used_ = removed_ = total_ = 0;
+  for (const Slot& slot : old) {
+    if (slot.state != SlotState::kFull) continue;
+    ReleaseKey(slot.key);
+    ReleaseValue(slot.entry.value);
   }
 }
 
 void HashTable::ForEach(const std::function<void(const void*, const Entry&)>& fn) const {
-  // Iterate over a snapshot so that the callback may not invalidate us.
-  std::vector<std::pair<const void*, Entry>> items(map_.begin(), map_.end());
+  // Iterate over a snapshot so that the callback may change the collection.
+  std::vector<std::pair<const void*, Entry>> items;
+  items.reserve(static_cast<size_t>(used_));
+  for (const Slot& slot : slots_)
+    if (slot.state == SlotState::kFull) items.emplace_back(slot.key, slot.entry);
   for (auto& kv : items) fn(kv.first, kv.second);
 }
 
 bool HashTable::SameContents(const HashTable& other) const {
-  if (map_.size() != other.map_.size() || total_ != other.total_) return false;
-  for (const auto& kv : map_) {
-    const Entry* e = other.Find(kv.first);
-    if (!e || e->count != kv.second.count || !ValuesEqual(kv.second.value, e->value)) return false;
+  if (used_ != other.used_ || total_ != other.total_) return false;
+  for (const Slot& slot : slots_) {
+    if (slot.state != SlotState::kFull) continue;
+    const Entry* e = other.Find(slot.key);
+    if (!e || e->count != slot.entry.count || !ValuesEqual(slot.entry.value, e->value)) return false;
   }
   return true;
 }

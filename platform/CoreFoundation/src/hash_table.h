@@ -1,10 +1,13 @@
 // The hashed storage behind CFDictionary, CFSet and CFBag: keys (and values)
 // are retained, compared and hashed through the collection's callbacks, and
-// each key carries an occurrence count for bags.
+// each key carries an occurrence count for bags. The slots are one open-
+// addressed array, so a collection costs one allocation for its storage
+// however many entries it holds: programs that make thousands of small
+// dictionaries (one per keychain item) do not pay an allocation per entry.
 #pragma once
 
 #include <functional>
-#include <unordered_map>
+#include <vector>
 
 #include "cf_internal.h"
 
@@ -27,7 +30,7 @@ class HashTable {
   const CFDictionaryKeyCallBacks& keyCallBacks() const { return keys_; }
   const CFDictionaryValueCallBacks& valueCallBacks() const { return values_; }
 
-  CFIndex distinctCount() const { return static_cast<CFIndex>(map_.size()); }
+  CFIndex distinctCount() const { return used_; }
   CFIndex totalCount() const { return total_; }
 
   // The stored key equal to `key` and its entry, or nullptr.
@@ -46,16 +49,20 @@ class HashTable {
   bool KeysEqual(const void* a, const void* b) const;
 
  private:
-  struct Hasher {
-    const CFDictionaryKeyCallBacks* cb;
-    size_t operator()(const void* k) const {
-      return cb->hash ? static_cast<size_t>(cb->hash(k)) : std::hash<const void*>()(k);
-    }
+  enum class SlotState : unsigned char { kEmpty, kFull, kRemoved };
+  struct Slot {
+    const void* key;
+    Entry entry;
+    SlotState state;
   };
-  struct Equal {
-    const CFDictionaryKeyCallBacks* cb;
-    bool operator()(const void* a, const void* b) const { return a == b || (cb->equal && cb->equal(a, b)); }
-  };
+
+  size_t Hash(const void* key) const;
+  // The slot holding `key`, or nullptr.
+  const Slot* Locate(const void* key) const;
+  Slot* Locate(const void* key) { return const_cast<Slot*>(static_cast<const HashTable*>(this)->Locate(key)); }
+  // Makes room for one more key, keeping at least half the slots empty.
+  void Reserve();
+  void Insert(const void* key, const Entry& entry);
 
   const void* RetainKey(const void* key) const;
   void ReleaseKey(const void* key) const;
@@ -65,7 +72,9 @@ class HashTable {
   CFAllocatorRef allocator_ = nullptr;
   CFDictionaryKeyCallBacks keys_ = {0, nullptr, nullptr, nullptr, nullptr, nullptr};
   CFDictionaryValueCallBacks values_ = {0, nullptr, nullptr, nullptr, nullptr};
-  std::unordered_map<const void*, Entry, Hasher, Equal> map_{8, Hasher{&keys_}, Equal{&keys_}};
+  std::vector<Slot> slots_;  // a power of two in size, or empty
+  CFIndex used_ = 0;         // full slots
+  CFIndex removed_ = 0;      // slots freed by removals, still ending probes
   CFIndex total_ = 0;
 };
 
