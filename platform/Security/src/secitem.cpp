@@ -8,6 +8,7 @@
 
 #include <sodium.h>
 
+#include <functional>
 #include <memory>
 
 #include "item_object.h"
@@ -169,20 +170,22 @@ bool InList(const std::vector<SecKeychainItemRef>& list, SecKeychainItemRef item
   return false;
 }
 
-// The matches of a query, at most `max` of them (0: all).
-OSStatus Collect(const Query& q, bool withSecret, size_t max, std::vector<Match>* out) {
+// Hands each match of a query to `take`, at most `max` of them (0: all),
+// until `take` answers false. A match's keychain is retained for `take`,
+// which owns it from then on.
+void ForEachQueryMatch(const Query& q, bool withSecret, size_t max, const std::function<bool(Match&&)>& take) {
+  size_t taken = 0;
   if (q.useItemList) {
     for (SecKeychainItemRef item : q.items) {
       if (q.itemClass != kClassAnyRecord && ItemClassOf(item) != q.itemClass) continue;
       Match m{ItemKeychain(item), ItemRow()};
       if (LoadItem(item, withSecret, &m.row) != errSecSuccess) continue;  // gone
       m.keychain = (SecKeychainRef)CFRetain(m.keychain);
-      out->push_back(std::move(m));
-      if (max && out->size() >= max) break;
+      if (!take(std::move(m)) || (max && ++taken >= max)) break;
     }
-    return errSecSuccess;
+    return;
   }
-  if (!q.storedClass) return errSecSuccess;
+  if (!q.storedClass) return;
   size_t limit = q.matchItemList ? 0 : max;
   ForEachMatch(q.keychains, q.itemClass, q.filters, withSecret, limit, [&](SecKeychainRef kc, ItemRow& row) {
     if (q.matchItemList) {
@@ -191,10 +194,17 @@ OSStatus Collect(const Query& q, bool withSecret, size_t max, std::vector<Match>
       if (probe) CFRelease(probe);
       if (!keep) return true;
     }
-    out->push_back(Match{(SecKeychainRef)CFRetain(kc), std::move(row)});
-    return !(max && out->size() >= max);
+    if (!take(Match{(SecKeychainRef)CFRetain(kc), std::move(row)})) return false;
+    return !(max && ++taken >= max);
   });
-  return errSecSuccess;
+}
+
+// The matches of a query, at most `max` of them (0: all).
+void Collect(const Query& q, bool withSecret, size_t max, std::vector<Match>* out) {
+  ForEachQueryMatch(q, withSecret, max, [out](Match&& m) {
+    out->push_back(std::move(m));
+    return true;
+  });
 }
 
 void ReleaseMatches(std::vector<Match>* ms) {
@@ -253,24 +263,6 @@ OSStatus Shape(const Query& q, const Match& m, CFTypeRef* out) {
   return errSecSuccess;
 }
 
-OSStatus Shaped(const Query& q, const std::vector<Match>& ms, bool single, CFTypeRef* result) {
-  if (single) return Shape(q, ms.front(), result);
-  CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
-  if (!array) return errSecAllocate;
-  for (const Match& m : ms) {
-    CFTypeRef one = nullptr;
-    OSStatus status = Shape(q, m, &one);
-    if (status != errSecSuccess) {
-      CFRelease(array);
-      return status;
-    }
-    CFArrayAppendValue(array, one);
-    CFRelease(one);
-  }
-  *result = array;
-  return errSecSuccess;
-}
-
 size_t MaxMatches(const Query& q) { return q.limitAll ? 0 : size_t(q.limit); }
 
 }  // namespace
@@ -283,14 +275,34 @@ OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef* result) {
   OSStatus status = ParseQuery(query, false, &q);
   if (status != errSecSuccess) return status;
   if (!q.limitAll && q.limit == 0) return errSecItemNotFound;
-  MatchesHolder ms;
-  Collect(q, q.returnData || q.returnAttributes, MaxMatches(q), &ms.v);
-  if (ms.v.empty()) return errSecItemNotFound;
-  if (!result) return errSecSuccess;
-  CFTypeRef out = nullptr;
-  status = Shaped(q, ms.v, !q.limitAll && q.limit == 1, &out);
-  if (status == errSecSuccess) *result = out;
-  return status;
+  // Only the secret itself needs the sealed bytes read.
+  const bool withSecret = q.returnData;
+  if (!result || (!q.limitAll && q.limit == 1)) {
+    MatchesHolder ms;
+    Collect(q, withSecret, 1, &ms.v);
+    if (ms.v.empty()) return errSecItemNotFound;
+    return result ? Shape(q, ms.v.front(), result) : errSecSuccess;
+  }
+  // Every match is shaped as it is read, so a long result never holds the
+  // stored rows and their converted form at once.
+  CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
+  if (!array) return errSecAllocate;
+  ForEachQueryMatch(q, withSecret, MaxMatches(q), [&](Match&& m) {
+    CFTypeRef one = nullptr;
+    status = Shape(q, m, &one);
+    CFRelease(m.keychain);
+    if (status != errSecSuccess) return false;
+    CFArrayAppendValue(array, one);
+    CFRelease(one);
+    return true;
+  });
+  if (status == errSecSuccess && CFArrayGetCount(array) == 0) status = errSecItemNotFound;
+  if (status != errSecSuccess) {
+    CFRelease(array);
+    return status;
+  }
+  *result = array;
+  return errSecSuccess;
 }
 
 OSStatus SecItemAdd(CFDictionaryRef attributes, CFTypeRef* result) {
