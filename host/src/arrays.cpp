@@ -228,7 +228,7 @@ REALstring HostReadStringArray(REALarray a, RBInteger i) {
 REALarray NewArray(Runtime* rt, int type, RBInteger upperBound) {
   size_t size = ElementSize(type);
   if (size == 0 || upperBound < -1 || upperBound >= (RBInteger(1) << 28)) return nullptr;
-  REALobject o = rt->NewObject(rt->FindClass("Array"));
+  REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::Array));
   ObjState* st = rt->State(o);
   if (st == nullptr) return nullptr;
   st->elemType = type;

@@ -190,6 +190,17 @@ bool ParseDeclaration(const std::string& text, Declaration* out) {
   return true;
 }
 
+void* MatchKnownMethod(const KnownMethod* known, size_t count, std::vector<Declaration>* parsed,
+                       const Declaration& decl) {
+  if (parsed->size() != count) {
+    parsed->assign(count, Declaration());
+    for (size_t i = 0; i < count; ++i) ParseDeclaration(known[i].text, &(*parsed)[i]);
+  }
+  for (size_t i = 0; i < count; ++i)
+    if (SameSignature((*parsed)[i], decl)) return known[i].fn;
+  return nullptr;
+}
+
 bool SameSignature(const Declaration& a, const Declaration& b) {
   if (Lower(a.name) != Lower(b.name) || a.params.size() != b.params.size()) return false;
   if (Lower(a.result.name) != Lower(b.result.name) || a.result.array != b.result.array) {

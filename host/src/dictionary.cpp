@@ -1,6 +1,8 @@
 // The built-in Dictionary class: entries in insertion order, keys equal when
 // their variants are equal, "Count", and the methods "Value" (get and
 // assign) and "Key" that plug-ins load by declaration.
+#include <iterator>
+
 #include "runtime.h"
 
 namespace plugin_host {
@@ -60,19 +62,13 @@ REALobject DictionaryKeyAt(REALobject dict, RBInteger index) {
 }  // namespace
 
 void* DictionaryMethod(const Declaration& decl) {
-  static const struct {
-    const char* text;
-    void* fn;
-  } kMethods[] = {
+  static const KnownMethod kMethods[] = {
       {"Value(key As Variant) As Variant", reinterpret_cast<void*>(&DictionaryValue)},
       {"Value(key As Variant, Assigns _value As Variant)", reinterpret_cast<void*>(&DictionaryAssign)},
       {"Key(index As Integer) As Variant", reinterpret_cast<void*>(&DictionaryKeyAt)},
   };
-  for (const auto& m : kMethods) {
-    Declaration d;
-    if (ParseDeclaration(m.text, &d) && SameSignature(d, decl)) return m.fn;
-  }
-  return nullptr;
+  static std::vector<Declaration> parsed;
+  return MatchKnownMethod(kMethods, std::size(kMethods), &parsed, decl);
 }
 
 }  // namespace plugin_host

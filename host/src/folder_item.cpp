@@ -7,13 +7,15 @@
 
 #include <algorithm>
 
+#include <iterator>
+
 #include "runtime.h"
 
 namespace plugin_host {
 
 REALobject NewFolderItem(Runtime* rt, const std::string& path) {
   if (path.empty()) return nullptr;
-  REALobject o = rt->NewObject(rt->FindClass("FolderItem"));
+  REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::FolderItem));
   if (ObjState* st = rt->State(o)) st->path = path;
   return o;
 }
@@ -61,11 +63,11 @@ REALfolderItem TrueItem(REALobject item, RBInteger index) {
 }  // namespace
 
 void* FolderItemMethod(const Declaration& decl) {
-  Declaration d;
-  if (ParseDeclaration("TrueItem(Index as integer) as Folderitem", &d) && SameSignature(d, decl)) {
-    return reinterpret_cast<void*>(&TrueItem);
-  }
-  return nullptr;
+  static const KnownMethod kMethods[] = {
+      {"TrueItem(Index as integer) as Folderitem", reinterpret_cast<void*>(&TrueItem)},
+  };
+  static std::vector<Declaration> parsed;
+  return MatchKnownMethod(kMethods, std::size(kMethods), &parsed, decl);
 }
 
 }  // namespace plugin_host

@@ -480,8 +480,7 @@ size_t Host::LiveArrays() const { return rt_->liveArrays; }
 size_t Host::LiveInstances(const std::string& className) const {
   ClassDef* c = rt_->FindClass(className);
   if (c == nullptr) return 0;
-  auto it = rt_->liveByClass.find(c->name);
-  return it == rt_->liveByClass.end() ? 0 : it->second;
+  return c->live;
 }
 size_t Host::LiveStringData() const { return rt_->stringData.size(); }
 size_t Host::BadReleases() const { return rt_->badReleases; }

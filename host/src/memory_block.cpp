@@ -21,7 +21,7 @@ constexpr RBInteger kMaxBlock = RBInteger(1) << 30;
 REALmemoryBlock HostNewMemoryBlock(RBInteger size) {
   Runtime* rt = Runtime::Current();
   if (rt == nullptr || size < 0 || size >= kMaxBlock) return nullptr;
-  REALobject o = rt->NewObject(rt->FindClass("MemoryBlock"));
+  REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::MemoryBlock));
   ObjState* st = rt->State(o);
   if (st == nullptr) return nullptr;
   st->bytes.reset(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]());

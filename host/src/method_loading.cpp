@@ -1,6 +1,8 @@
 // Objects and methods as plug-ins reach them: creating instances by class
 // name, locking, class references and membership, and loading the methods of
 // objects and the global methods by declaration.
+#include <iterator>
+
 #include "runtime.h"
 
 namespace plugin_host {
@@ -18,18 +20,13 @@ void* BuiltinObjectMethod(ObjState* st, const Declaration& decl) {
 }
 
 void* GlobalMethod(const Declaration& decl) {
-  static const struct {
-    const char* text;
-    void* (*fn)();
-  } kMethods[] = {
-      {"VarType(value As Variant) As Int32", &VarTypeMethod},
-      {"LenB( s as string ) as integer", &LenBMethod},
+  static const KnownMethod kMethods[] = {
+      {"VarType(value As Variant) As Int32", reinterpret_cast<void*>(&VarTypeMethod)},
+      {"LenB( s as string ) as integer", reinterpret_cast<void*>(&LenBMethod)},
   };
-  for (const auto& m : kMethods) {
-    Declaration d;
-    if (ParseDeclaration(m.text, &d) && SameSignature(d, decl)) return m.fn();
-  }
-  return nullptr;
+  static std::vector<Declaration> parsed;
+  void* fn = MatchKnownMethod(kMethods, std::size(kMethods), &parsed, decl);
+  return fn != nullptr ? reinterpret_cast<void* (*)()>(fn)() : nullptr;
 }
 
 namespace {
@@ -66,18 +63,21 @@ RBBoolean HostObjectIsa(REALobject o, REALclassRef cls) {
   return rt->IsA(rt->State(o, true), reinterpret_cast<const ClassDef*>(cls)) ? 1 : 0;
 }
 
+// Plug-ins load the same few methods over and over (a dictionary's three,
+// once per dictionary they fill), so each declaration text is parsed once.
 void* HostLoadObjectMethod(REALobject o, const char* declaration) {
   Runtime* rt = Runtime::Current();
-  Declaration decl;
-  if (rt == nullptr || declaration == nullptr || !ParseDeclaration(declaration, &decl)) return nullptr;
+  if (rt == nullptr || declaration == nullptr) return nullptr;
+  const Declaration* decl = rt->ParsedDeclaration(declaration);
+  if (decl == nullptr) return nullptr;
   ObjState* st = rt->State(o, true);
   if (st == nullptr) return nullptr;
   for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
     if (c->fromPlugin) {
-      if (void* fn = MatchPluginMethod(c->methods, decl)) return fn;
+      if (void* fn = MatchPluginMethod(c->methods, *decl)) return fn;
     }
   }
-  return BuiltinObjectMethod(st, decl);
+  return BuiltinObjectMethod(st, *decl);
 }
 
 void* HostLoadGlobalMethod(const char* module, const char* prototype) {

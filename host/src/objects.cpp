@@ -1,10 +1,13 @@
 // Objects and classes: the runtime's class table, object creation with
 // zero-filled instance data, locking, destruction and class membership.
 //
-// Released objects and strings are never handed back to the allocator while
-// their Host lives: their records stay as tombstones, so that a late lock or
-// an extra release is recognised and reported instead of touching freed
-// memory.
+// A released object or string stays as a tombstone while the next
+// kReleasedKept releases happen, so that a late lock or an extra release is
+// recognised and reported instead of touching freed memory; after that its
+// memory goes back to the allocator, so a long-lived host does not grow with
+// every value it ever made. A late release of a value that old is still
+// reported as a release of something that is no host value, unless its
+// address has been reused by then.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -81,6 +84,9 @@ void Runtime::AddBuiltinClasses() {
     c->builtin = b.kind;
     c->info.name = b.name;
     c->info.superName = b.super;
+    // The first class of each kind is the one values of that kind are made of.
+    ClassDef*& builtin = builtinClasses_[static_cast<int>(b.kind)];
+    if (builtin == nullptr) builtin = c.get();
     classes_[Lower(b.name)] = std::move(c);
   }
   for (const StandInClass& s : options_.standIns) {
@@ -129,7 +135,7 @@ REALobject Runtime::NewObject(ClassDef* cls) {
   ObjState* raw = st.get();
   objects_[mem] = std::move(st);
   ++liveObjects;
-  for (const ClassDef* c = cls; c != nullptr; c = c->super) ++liveByClass[c->name];
+  for (ClassDef* c = cls; c != nullptr; c = c->super) ++c->live;
 
   auto* obj = reinterpret_cast<REALobject>(mem);
   if (cls->builtin == Builtin::StandIn && cls->standIn.writesTag && data >= 3 * sizeof(RBWord)) {
@@ -139,14 +145,26 @@ REALobject Runtime::NewObject(ClassDef* cls) {
   if (cls->builtin == Builtin::MemoryBlock) {
     raw->bytes.reset(new unsigned char[1]());
   }
-  // Constructors run from the base class down, as each class's part of the
-  // object is set up before the classes built on it.
-  std::vector<const ClassDef*> chain;
-  for (const ClassDef* c = cls; c != nullptr; c = c->super) chain.insert(chain.begin(), c);
-  for (const ClassDef* c : chain) {
-    if (c->constructor != nullptr) c->constructor(obj);
-  }
+  RunConstructors(cls, obj);
   return obj;
+}
+
+// Constructors run from the base class down, as each class's part of the
+// object is set up before the classes built on it.
+void Runtime::RunConstructors(const ClassDef* cls, REALobject obj) {
+  if (cls == nullptr) return;
+  RunConstructors(cls->super, obj);
+  if (cls->constructor != nullptr) cls->constructor(obj);
+}
+
+const Declaration* Runtime::ParsedDeclaration(const char* text) {
+  auto it = parsedDeclarations_.find(text);
+  if (it == parsedDeclarations_.end()) {
+    auto decl = std::make_unique<Declaration>();
+    if (!ParseDeclaration(text, decl.get())) decl.reset();
+    it = parsedDeclarations_.emplace(text, std::move(decl)).first;
+  }
+  return it->second.get();
 }
 
 REALobject Runtime::NewInstance(const char* className) {
@@ -246,7 +264,16 @@ void Runtime::DestroyObject(ObjState* st) {
   st->dead = true;
   st->locks = 0;
   --liveObjects;
-  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) --liveByClass[c->name];
+  for (ClassDef* c = st->cls; c != nullptr; c = c->super) --c->live;
+  releasedObjects_.push_back(st->mem);
+  if (releasedObjects_.size() > kReleasedKept) {
+    auto it = objects_.find(releasedObjects_.front());
+    releasedObjects_.pop_front();
+    if (it != objects_.end()) {
+      std::free(it->second->mem);
+      objects_.erase(it);
+    }
+  }
 }
 
 }  // namespace plugin_host

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <optional>
@@ -52,6 +53,16 @@ bool ParseDeclaration(const std::string& text, Declaration* out);
 // names do not count.
 bool SameSignature(const Declaration& a, const Declaration& b);
 
+// A declaration text the host knows, parsed once on first use.
+struct KnownMethod {
+  const char* text;
+  void* fn;
+};
+// The function of the first known method whose signature decl has, or null.
+// `parsed` caches the parsed texts: one entry per known method.
+void* MatchKnownMethod(const KnownMethod* known, size_t count, std::vector<Declaration>* parsed,
+                       const Declaration& decl);
+
 // ---- Classes and modules -------------------------------------------------------
 
 enum class Builtin { None, Dictionary, Date, MemoryBlock, FolderItem, Exception, Variant, Array, StandIn };
@@ -78,6 +89,7 @@ struct PropDef {
 
 struct ClassDef {
   std::string name;
+  size_t live = 0;  // live objects of this class or of classes built on it
   std::string superName;
   ClassDef* super = nullptr;
   Builtin builtin = Builtin::None;
@@ -100,6 +112,8 @@ struct ModuleDef {
 // ---- Objects and strings -------------------------------------------------------
 
 constexpr RBWord kObjectMagic = 0x4F424A31;  // word 1 of every host object
+// Released values kept as tombstones before their memory is freed.
+constexpr size_t kReleasedKept = 4096;
 constexpr RBWord kStringMagic = 0x53545231;
 
 struct ObjState;
@@ -174,6 +188,7 @@ class Runtime {
   void RegisterModule(const RBWord* record);
   void RegisterClass(RBWord* record);
   ClassDef* FindClass(const std::string& name) const;  // any case
+  ClassDef* BuiltinClass(Builtin kind) const { return builtinClasses_[static_cast<int>(kind)]; }
   ModuleDef* FindModule(const std::string& name) const;
   const std::map<std::string, std::unique_ptr<ModuleDef>>& modules() const { return modules_; }
   const std::map<std::string, std::unique_ptr<ClassDef>>& classes() const { return classes_; }
@@ -205,13 +220,15 @@ class Runtime {
   // The data of filled REALstringData records not yet disposed.
   std::unordered_set<const void*> stringData;
   std::vector<std::string> problems;
-  std::map<std::string, size_t> liveByClass;
+  // Declarations plug-ins ask methods by, parsed once per text.
+  const Declaration* ParsedDeclaration(const char* text);
 
  private:
   friend class Host;
   void AddBuiltinClasses();
   void DestroyObject(ObjState* st);
   void DestroyString(StrRec* s);
+  void RunConstructors(const ClassDef* cls, REALobject obj);
 
   HostOptions options_;
   Runtime* previous_ = nullptr;
@@ -219,6 +236,11 @@ class Runtime {
   std::map<std::string, std::unique_ptr<ClassDef>> classes_;  // key: lower-case name
   std::map<std::string, std::unique_ptr<ModuleDef>> modules_;
   std::unordered_map<const void*, std::unique_ptr<ObjState>> objects_;  // live and released
+  std::unordered_map<std::string, std::unique_ptr<Declaration>> parsedDeclarations_;  // null: unreadable
+  // Released objects and strings, oldest first, kept as tombstones until
+  // kReleasedKept newer ones have followed them.
+  std::deque<const void*> releasedObjects_, releasedStrings_;
+  ClassDef* builtinClasses_[static_cast<int>(Builtin::StandIn) + 1] = {};
   std::unordered_map<const void*, std::unique_ptr<StrRec>> strings_;
   REALobject pending_ = nullptr;
   bool tearingDown_ = false;

@@ -3,6 +3,7 @@
 // directly, and the string host functions.
 #include <cstdlib>
 #include <cstring>
+#include <string.h>
 
 #include "runtime.h"
 
@@ -79,6 +80,17 @@ void Runtime::UnlockString(REALstring s) {
 void Runtime::DestroyString(StrRec* s) {
   s->dead = true;
   --liveStrings;
+  releasedStrings_.push_back(s);
+  if (releasedStrings_.size() > kReleasedKept) {
+    auto it = strings_.find(releasedStrings_.front());
+    releasedStrings_.pop_front();
+    if (it != strings_.end()) {
+      // Strings carry passwords; their bytes do not outlive them in freed memory.
+      explicit_bzero(it->second->rec.buffer, it->second->rec.allocated);
+      std::free(it->second->rec.buffer);
+      strings_.erase(it);
+    }
+  }
 }
 
 std::string StringBytesOf(REALstring s) {

@@ -5,12 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <cstring>
+
 #include "runtime.h"
 
 namespace plugin_host {
 
 REALobject NewVariant(Runtime* rt, int32_t code, Value boxed) {
-  REALobject o = rt->NewObject(rt->FindClass("Variant"));
+  REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::Variant));
   if (ObjState* st = rt->State(o)) {
     st->varType = code;
     st->boxed = std::move(boxed);
@@ -132,6 +134,7 @@ REALstring VariantText(Runtime* rt, REALobject v) {
 }
 
 bool VariantsEqual(Runtime* rt, const Value& a0, const Value& b0) {
+  if (a0.kind() == Kind::Object && a0.object() == b0.object()) return true;
   Value a = a0.kind() == Kind::Object ? VariantScalar(rt, a0.object()) : a0;
   Value b = b0.kind() == Kind::Object ? VariantScalar(rt, b0.object()) : b0;
   if (a.isNil() || b.isNil()) return a.isNil() && b.isNil();
@@ -142,6 +145,10 @@ bool VariantsEqual(Runtime* rt, const Value& a0, const Value& b0) {
     StrRec* ra = rt->Str(a.string(), true);
     StrRec* rb = rt->Str(b.string(), true);
     if (!ra || !rb) return false;
+    // Texts in one encoding compare by their bytes; others in UTF-8.
+    if (ra->rec.encoding == rb->rec.encoding)
+      return ra->rec.length == rb->rec.length &&
+             std::memcmp(ra->rec.buffer + 1, rb->rec.buffer + 1, ra->rec.length) == 0;
     if (!ConvertBytes(StringBytesOf(a.string()), static_cast<uint32_t>(ra->rec.encoding), kREALEncodingUTF8, &x)) x = StringBytesOf(a.string());
     if (!ConvertBytes(StringBytesOf(b.string()), static_cast<uint32_t>(rb->rec.encoding), kREALEncodingUTF8, &y)) y = StringBytesOf(b.string());
     return x == y;
