@@ -9,6 +9,7 @@
 // reported as a release of something that is no host value, unless its
 // address has been reused by then.
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 #include <set>
@@ -87,7 +88,7 @@ void Runtime::AddBuiltinClasses() {
     // The first class of each kind is the one values of that kind are made of.
     ClassDef*& builtin = builtinClasses_[static_cast<int>(b.kind)];
     if (builtin == nullptr) builtin = c.get();
-    classes_[Lower(b.name)] = std::move(c);
+    classes_[b.name] = std::move(c);
   }
   for (const StandInClass& s : options_.standIns) {
     auto c = std::make_unique<ClassDef>();
@@ -99,17 +100,27 @@ void Runtime::AddBuiltinClasses() {
     c->standIn = s;
     c->info.name = s.name;
     c->info.dataSize = s.dataSize;
-    classes_[Lower(s.name)] = std::move(c);
+    classes_[s.name] = std::move(c);
   }
 }
 
-ClassDef* Runtime::FindClass(const std::string& name) const {
-  auto it = classes_.find(Lower(name));
+bool Runtime::NameLess::operator()(std::string_view a, std::string_view b) const {
+  const size_t n = std::min(a.size(), b.size());
+  for (size_t i = 0; i < n; ++i) {
+    const int x = std::tolower(static_cast<unsigned char>(a[i]));
+    const int y = std::tolower(static_cast<unsigned char>(b[i]));
+    if (x != y) return x < y;
+  }
+  return a.size() < b.size();
+}
+
+ClassDef* Runtime::FindClass(std::string_view name) const {
+  auto it = classes_.find(name);
   return it == classes_.end() ? nullptr : it->second.get();
 }
 
-ModuleDef* Runtime::FindModule(const std::string& name) const {
-  auto it = modules_.find(Lower(name));
+ModuleDef* Runtime::FindModule(std::string_view name) const {
+  auto it = modules_.find(name);
   return it == modules_.end() ? nullptr : it->second.get();
 }
 

@@ -95,7 +95,7 @@ void Runtime::RegisterModule(const RBWord* r) {
     Problem("module record without a name");
     return;
   }
-  modules_[Lower(m->info.name)] = std::move(m);
+  modules_[m->info.name] = std::move(m);
 }
 
 void Runtime::RegisterClass(RBWord* r) {

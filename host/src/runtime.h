@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -187,11 +188,15 @@ class Runtime {
   // Registration (registration.cpp)
   void RegisterModule(const RBWord* record);
   void RegisterClass(RBWord* record);
-  ClassDef* FindClass(const std::string& name) const;  // any case
+  ClassDef* FindClass(std::string_view name) const;  // any case
   ClassDef* BuiltinClass(Builtin kind) const { return builtinClasses_[static_cast<int>(kind)]; }
-  ModuleDef* FindModule(const std::string& name) const;
-  const std::map<std::string, std::unique_ptr<ModuleDef>>& modules() const { return modules_; }
-  const std::map<std::string, std::unique_ptr<ClassDef>>& classes() const { return classes_; }
+  ModuleDef* FindModule(std::string_view name) const;
+  // Names compare in any case, without making lower-case copies: plug-ins
+  // ask for classes by name on every conversion.
+  struct NameLess {
+    using is_transparent = void;
+    bool operator()(std::string_view a, std::string_view b) const;
+  };
 
   // Objects (objects.cpp)
   REALobject NewObject(ClassDef* cls);  // one lock, constructors run
@@ -233,8 +238,8 @@ class Runtime {
   HostOptions options_;
   Runtime* previous_ = nullptr;
   std::unordered_map<std::string, int> lookups_;
-  std::map<std::string, std::unique_ptr<ClassDef>> classes_;  // key: lower-case name
-  std::map<std::string, std::unique_ptr<ModuleDef>> modules_;
+  std::map<std::string, std::unique_ptr<ClassDef>, NameLess> classes_;
+  std::map<std::string, std::unique_ptr<ModuleDef>, NameLess> modules_;
   std::unordered_map<const void*, std::unique_ptr<ObjState>> objects_;  // live and released
   std::unordered_map<std::string, std::unique_ptr<Declaration>> parsedDeclarations_;  // null: unreadable
   // Released objects and strings, oldest first, kept as tombstones until
