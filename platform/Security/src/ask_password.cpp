@@ -63,20 +63,23 @@ int AskProgram(const char* program, const std::string& prompt, SecureBytes* out)
   return errSecSuccess;
 }
 
+// Echo goes off before the prompt is shown, and nothing typed is thrown away:
+// an answer typed as soon as the prompt appears is read, and never echoed.
 int AskTerminal(const std::string& prompt, SecureBytes* out) {
   int fd = open("/dev/tty", O_RDWR | O_CLOEXEC);
   if (fd < 0) return errSecInteractionNotAllowed;
-  std::string text = prompt + ": ";
-  if (write(fd, text.data(), text.size()) < 0) {
-    close(fd);
-    return errSecInteractionNotAllowed;
-  }
   struct termios old, quiet;
   bool restore = tcgetattr(fd, &old) == 0;
   if (restore) {
     quiet = old;
     quiet.c_lflag &= ~tcflag_t(ECHO);
-    tcsetattr(fd, TCSAFLUSH, &quiet);
+    tcsetattr(fd, TCSANOW, &quiet);
+  }
+  std::string text = prompt + ": ";
+  if (write(fd, text.data(), text.size()) < 0) {
+    if (restore) tcsetattr(fd, TCSANOW, &old);
+    close(fd);
+    return errSecInteractionNotAllowed;
   }
   SecureBytes buf(4096);
   size_t n = 0;
@@ -88,7 +91,7 @@ int AskTerminal(const std::string& prompt, SecureBytes* out) {
     buf.data()[n++] = static_cast<unsigned char>(c);
     c = 0;
   }
-  if (restore) tcsetattr(fd, TCSAFLUSH, &old);
+  if (restore) tcsetattr(fd, TCSANOW, &old);
   if (write(fd, "\n", 1) < 0) {
   }
   close(fd);
