@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_host.h"
 #include "bench_support.h"
 #include "plugin_host/host.h"
 
@@ -17,39 +18,15 @@ namespace {
 using plugin_host::Host;
 using plugin_host::Value;
 
-constexpr const char *kModule = "KeychainManagerZNQ";
-
-// One host with the plug-in loaded, for the whole run.
-Host &TheHost() {
-  static Host *host = [] {
-    kc_bench::Home();
-    auto *h = new Host();
-    std::string error;
-    if (!h->Load(KC_PLUGIN_PATH, &error)) {
-      fprintf(stderr, "cannot load the plug-in: %s\n", error.c_str());
-      exit(2);
-    }
-    return h;
-  }();
-  return *host;
-}
-
-// The keychain of n items as a KeychainZNQ object.
-Value KeychainObject(long n) {
-  Host &host = TheHost();
-  SecKeychainRef keychain = kc_bench::Populated(n);
-  char path[1024];
-  UInt32 length = sizeof path;
-  SecKeychainGetPath(keychain, &length, path);
-  const std::string open = host.DeclarationOf(kModule, "Open", {"string"});
-  return host.CallShared(kModule, open, {host.String(std::string(path, length))}).value;
-}
+using kc_bench::KeychainObject;
+using kc_bench::kModule;
+using kc_bench::TheHost;
 
 // AllItems through the plug-in: one call returns every item as an object.
 void BM_PluginAllItems(benchmark::State &state) {
   const long n = state.range(0);
   Host &host = TheHost();
-  Value keychain = KeychainObject(n);
+  Value keychain = KeychainObject(kc_bench::Populated(n));
   const std::string allItems = host.DeclarationOf(kModule, "AllItems", {"KeychainZNQ", "string"});
   Value itemClass = host.String("genp");
   long growth = 0;
@@ -91,7 +68,7 @@ BENCHMARK(BM_SecurityAllItems)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillis
 void BM_PluginSearchWalk(benchmark::State &state) {
   const long n = state.range(0);
   Host &host = TheHost();
-  Value keychain = KeychainObject(n);
+  Value keychain = KeychainObject(kc_bench::Populated(n));
   const std::string create = host.DeclarationOf(
       kModule, "SearchCreateFromAttributes", {"KeychainZNQ", "string", "string()", "string()"});
   const std::string next = host.DeclarationOf("KeychainSearchZNQ", "NextItem", {});
@@ -146,7 +123,7 @@ Value AllGenericQuery(Host &host, const Value &keychain, bool everyMatch) {
 void PluginCopyMatching(benchmark::State &state, const char *operation) {
   const long n = state.range(0);
   Host &host = TheHost();
-  Value keychain = KeychainObject(n);
+  Value keychain = KeychainObject(kc_bench::Populated(n));
   Value query = AllGenericQuery(host, keychain, true);
   const std::string declaration = host.DeclarationOf(kModule, operation, {"dictionary"});
   for (auto _ : state) {
@@ -190,7 +167,7 @@ BENCHMARK(BM_SecurityCopyMatchingRefs)->Arg(1000)->Arg(10000)->Unit(benchmark::k
 void BM_PluginGetPassword(benchmark::State &state) {
   const long n = state.range(0);
   Host &host = TheHost();
-  Value keychain = KeychainObject(n);
+  Value keychain = KeychainObject(kc_bench::Populated(n));
   auto name = [&](const char *k) {
     return host.Variant(host.CallShared(kModule, host.DeclarationOf(kModule, k, {}), {}).value);
   };
@@ -214,7 +191,7 @@ BENCHMARK(BM_PluginGetPassword)->Arg(100000)->Unit(benchmark::kMicrosecond)->Rep
 void BM_PluginFindGenericPassword(benchmark::State &state) {
   const long n = state.range(0);
   Host &host = TheHost();
-  Value keychain = KeychainObject(n);
+  Value keychain = KeychainObject(kc_bench::Populated(n));
   std::vector<Value> accounts;
   for (long i = 0; i < 256; ++i) accounts.push_back(host.String(kc_bench::Account(i * 389 % n)));
   Value service = host.String("service");

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "bench_host.h"
 #include "bench_support.h"
 #include "plugin_host/host.h"
 
@@ -23,32 +24,11 @@ using plugin_host::Arg;
 using plugin_host::Host;
 using plugin_host::Value;
 
-constexpr const char *kModule = "KeychainManagerZNQ";
+using kc_bench::KeychainObject;
+using kc_bench::kModule;
+using kc_bench::TheHost;
+
 constexpr int kLookupKeys = 4096;
-
-Host &TheHost() {
-  static Host *host = [] {
-    kc_bench::Home();
-    auto *h = new Host();
-    std::string error;
-    if (!h->Load(KC_PLUGIN_PATH, &error)) {
-      fprintf(stderr, "cannot load the plug-in: %s\n", error.c_str());
-      exit(2);
-    }
-    return h;
-  }();
-  return *host;
-}
-
-Value KeychainObject(SecKeychainRef keychain) {
-  Host &host = TheHost();
-  char path[1024];
-  UInt32 length = sizeof path;
-  SecKeychainGetPath(keychain, &length, path);
-  return host.CallShared(kModule, host.DeclarationOf(kModule, "Open", {"string"}),
-                         {host.String(std::string(path, length))})
-      .value;
-}
 
 // Random accounts of the keychain of n items, the same for every lookup
 // benchmark of that size.

@@ -133,10 +133,20 @@ RBBoolean CopyMatching(REALobject query, REALobject *result) {
   return Lasterror == 0;
 }
 
-// Each attribute dictionary of the framework's array becomes a host
-// Dictionary; anything else the framework returns (one dictionary, when the
-// query limits the match to one item) adds nothing.
-REALarray CopyMatchingDics(REALobject query) {
+namespace {
+
+// A host object for one element of the framework's array; false to skip the
+// element without leaving a gap (nil in *out keeps a place for it).
+using ElementMaker = bool (*)(CFTypeRef element, REALobject *out);
+
+// The two operations that answer with an array: the query is shaped for one
+// return key, and each element of the framework's array becomes one host
+// object. Anything else the framework returns (one object, when the query
+// limits the match to one item) adds nothing.
+// The return key is passed by its address: on a system without the item
+// queries it does not exist, and it is read only after the query function
+// has been found.
+REALarray ArrayQuery(REALobject query, const CFStringRef *returnKey, ElementMaker make) {
   if (query == nullptr) {
     RaiseNil("query is nil");
     return nullptr;
@@ -146,24 +156,18 @@ REALarray CopyMatchingDics(REALobject query) {
   if (&SecItemCopyMatching == nullptr) return result;
   CFMutableDictionaryRef q = NewCFDictionary(query);
   if (q == nullptr) return result;
-  ReturnOnly(q, kSecReturnAttributes);
+  ReturnOnly(q, *returnKey);
   CFTypeRef found = nullptr;
   Lasterror = SecItemCopyMatching(q, &found);
   if (IsArrayWithElements(found)) {
-    CFArrayRef items = static_cast<CFArrayRef>(found);
+    CFArrayRef elements = static_cast<CFArrayRef>(found);
     RBInteger position = 0;
-    for (CFIndex i = 0; i < CFArrayGetCount(items); ++i) {
-      CFTypeRef element = CFArrayGetValueAtIndex(items, i);
-      // A query for attributes only gets dictionaries; anything else is
-      // skipped like a missing element.
-      if (element == nullptr || CFGetTypeID(element) != CFDictionaryGetTypeID()) continue;
-      REALobject dict = REALnewInstance("Dictionary");
-      if (dict != nullptr) {
-        CFDictionaryApplyFunction(static_cast<CFDictionaryRef>(element), MyCFDictionaryApplierFunction, dict);
-        ForgetDictionaryMethods();
-      }
-      REALInsertArrayValueObject(result, position++, dict);
-      REALUnlockObject(dict);
+    for (CFIndex i = 0; i < CFArrayGetCount(elements); ++i) {
+      CFTypeRef element = CFArrayGetValueAtIndex(elements, i);
+      REALobject obj = nullptr;
+      if (element == nullptr || !make(element, &obj)) continue;
+      REALInsertArrayValueObject(result, position++, obj);
+      REALUnlockObject(obj);  // the array holds its own reference
     }
   }
   if (found != nullptr) CFRelease(found);
@@ -171,37 +175,33 @@ REALarray CopyMatchingDics(REALobject query) {
   return result;
 }
 
-// Item references of the framework's array become KeychainItemZNQ objects;
-// certificates, keys and identities are skipped without leaving a gap.
-REALarray CopyMatchingItems(REALobject query) {
-  if (query == nullptr) {
-    RaiseNil("query is nil");
-    return nullptr;
+// A query for attributes only gets dictionaries; anything else is skipped
+// like a missing element.
+bool AttributesDictionary(CFTypeRef element, REALobject *out) {
+  if (CFGetTypeID(element) != CFDictionaryGetTypeID()) return false;
+  *out = REALnewInstance("Dictionary");
+  if (*out != nullptr) {
+    CFDictionaryApplyFunction(static_cast<CFDictionaryRef>(element), MyCFDictionaryApplierFunction, *out);
+    ForgetDictionaryMethods();
   }
-  REALarray result = REALCreateArray(kREALArrayObject, -1);
-  Lasterror = -1;
-  if (&SecItemCopyMatching == nullptr) return result;
-  CFMutableDictionaryRef q = NewCFDictionary(query);
-  if (q == nullptr) return result;
-  ReturnOnly(q, kSecReturnRef);
-  CFTypeRef found = nullptr;
-  Lasterror = SecItemCopyMatching(q, &found);
-  if (IsArrayWithElements(found)) {
-    CFArrayRef items = static_cast<CFArrayRef>(found);
-    RBInteger position = 0;
-    for (CFIndex i = 0; i < CFArrayGetCount(items); ++i) {
-      CFTypeRef element = CFArrayGetValueAtIndex(items, i);
-      if (element == nullptr || CFGetTypeID(element) != SecKeychainItemGetTypeID()) continue;
-      CFRetain(element);  // the array keeps its own
-      REALobject item = WrapReference("KeychainItemZNQ", element);
-      REALInsertArrayValueObject(result, position++, item);
-      REALUnlockObject(item);
-    }
-  }
-  if (found != nullptr) CFRelease(found);
-  CFRelease(q);
-  return result;
+  return true;
 }
+
+// Certificates, keys and identities are no items of this class.
+bool ItemObject(CFTypeRef element, REALobject *out) {
+  if (CFGetTypeID(element) != SecKeychainItemGetTypeID()) return false;
+  CFRetain(element);  // the framework's array keeps its own
+  *out = WrapReference("KeychainItemZNQ", element);
+  return true;
+}
+
+}  // namespace
+
+REALarray CopyMatchingDics(REALobject query) {
+  return ArrayQuery(query, &kSecReturnAttributes, AttributesDictionary);
+}
+
+REALarray CopyMatchingItems(REALobject query) { return ArrayQuery(query, &kSecReturnRef, ItemObject); }
 
 // Only one secret makes a memory block; several (an array, for a query of
 // every match) leave the result nil with the framework's status.
