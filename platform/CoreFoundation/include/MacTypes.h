@@ -5,6 +5,21 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* Weak imports, on request. A program that must also run against a build of
+   these frameworks without some of their functions (the item queries, the
+   File Manager, CoreGraphics, CoreText) defines KC_WEAK_IMPORTS before its
+   first framework include (or passes -DKC_WEAK_IMPORTS), and then tests each
+   such function's address before calling it: the frameworks declare those
+   names weak, and an absent one reads as NULL. Every other program gets
+   ordinary declarations, so that a plain link keeps the libraries it uses
+   (a linker that drops unneeded libraries drops one that is only referenced
+   weakly). */
+#ifdef KC_WEAK_IMPORTS
+#define KC_WEAK_IF_ASKED __attribute__((weak))
+#else
+#define KC_WEAK_IF_ASKED
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif

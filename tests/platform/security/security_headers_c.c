@@ -8,5 +8,5 @@ int SecurityHeadersWorkFromC(void) {
     UInt32 version = 0;
     (void)list;
     if (SecKeychainGetVersion(&version) != errSecSuccess) return 0;
-    return (int)(sizeof s) == 12 && version == 0x02028000u && SecItemAdd != 0 && kSecClass != 0;
+    return (int)(sizeof s) == 12 && version == 0x02028000u && kSecClass != 0;
 }

@@ -1,6 +1,7 @@
 /* The File Manager: FSRef, FSSpec and HFSUniStr255 records, catalog
    information, and the conversions between paths, references and FSSpecs.
-   Declared weak, as macOS programs link the File Manager weakly. */
+   Weak for a program that asks (KC_WEAK_IMPORTS, see MacTypes.h), as macOS
+   programs that target older systems link the File Manager weakly. */
 #ifndef KC_FILES_H
 #define KC_FILES_H
 
@@ -12,7 +13,7 @@
 #else
 #define FS_EXTERN extern __attribute__((visibility("default")))
 #endif
-#define FS_WEAK_IMPORT __attribute__((weak))
+#define FS_WEAK_IMPORT KC_WEAK_IF_ASKED
 
 #ifdef __cplusplus
 extern "C" {

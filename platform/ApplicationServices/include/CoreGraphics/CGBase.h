@@ -18,9 +18,9 @@
 #define CG_EXTERN extern __attribute__((visibility("default")))
 #endif
 
-/* macOS programs link the CoreGraphics type identifiers, retain functions
-   and constructors weakly. */
-#define CG_WEAK_IMPORT __attribute__((weak))
+/* The type identifiers, retain functions and constructors are weak for a
+   program that asks (KC_WEAK_IMPORTS, see MacTypes.h). */
+#define CG_WEAK_IMPORT KC_WEAK_IF_ASKED
 #define CG_INLINE static __inline__ __attribute__((always_inline))
 
 typedef double CGFloat;

@@ -1,6 +1,7 @@
-/* CoreText type identifiers. CoreText is not part of this platform: these
-   are weak declarations that nothing defines, so their addresses are NULL
-   and callers test them before use, as on a system without CoreText. */
+/* CoreText type identifiers. CoreText is not part of this platform: nothing
+   defines these. A program that asks for weak imports (KC_WEAK_IMPORTS, see
+   MacTypes.h) sees their addresses as NULL and tests them before use, as on
+   a system without CoreText; any other program that calls one fails to link. */
 #ifndef KC_CORETEXT_H
 #define KC_CORETEXT_H
 
@@ -8,16 +9,16 @@
 
 CF_EXTERN_C_BEGIN
 
-extern CFTypeID CTFontGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTFontCollectionGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTFrameGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTFramesetterGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTGlyphInfoGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTLineGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTParagraphStyleGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTRunGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTRunDelegateGetTypeID(void) __attribute__((weak));
-extern CFTypeID CTTypesetterGetTypeID(void) __attribute__((weak));
+extern CFTypeID CTFontGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTFontCollectionGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTFrameGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTFramesetterGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTGlyphInfoGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTLineGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTParagraphStyleGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTRunGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTRunDelegateGetTypeID(void) KC_WEAK_IF_ASKED;
+extern CFTypeID CTTypesetterGetTypeID(void) KC_WEAK_IF_ASKED;
 
 CF_EXTERN_C_END
 

@@ -63,10 +63,11 @@ CF_EXPORT CFStringRef CFURLCreateStringByReplacingPercentEscapes(CFAllocatorRef 
 CF_EXPORT CFStringRef CFURLCreateStringByReplacingPercentEscapesUsingEncoding(CFAllocatorRef allocator, CFStringRef origString, CFStringRef charsToLeaveEscaped, CFStringEncoding encoding);
 CF_EXPORT CFStringRef CFURLCreateStringByAddingPercentEscapes(CFAllocatorRef allocator, CFStringRef originalString, CFStringRef charactersToLeaveUnescaped, CFStringRef legalURLCharactersToBeEscaped, CFStringEncoding encoding);
 
-/* File Manager bridges, provided by ApplicationServices and linked weakly. */
+/* File Manager bridges, provided by ApplicationServices; weak for a program
+   that asks (KC_WEAK_IMPORTS, see MacTypes.h). */
 struct FSRef;
-CF_EXPORT Boolean CFURLGetFSRef(CFURLRef url, struct FSRef *fsRef) __attribute__((weak));
-CF_EXPORT CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const struct FSRef *fsRef) __attribute__((weak));
+CF_EXPORT Boolean CFURLGetFSRef(CFURLRef url, struct FSRef *fsRef) KC_WEAK_IF_ASKED;
+CF_EXPORT CFURLRef CFURLCreateFromFSRef(CFAllocatorRef allocator, const struct FSRef *fsRef) KC_WEAK_IF_ASKED;
 
 CF_EXTERN_C_END
 

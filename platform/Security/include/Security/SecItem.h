@@ -1,6 +1,6 @@
-/* Dictionary-based item queries and the kSec constants they use.
-   Everything here is declared weak: a program built against it runs on a
-   system whose Security library lacks these symbols, and tests their address
+/* Dictionary-based item queries and the kSec constants they use. A program
+   that defines KC_WEAK_IMPORTS (see MacTypes.h) gets them weak: it then runs
+   against a Security library that lacks them, and tests their addresses
    (for example SecItemAdd != NULL) before calling through them. */
 #ifndef SECURITY_SECITEM_H
 #define SECURITY_SECITEM_H
@@ -11,7 +11,7 @@
 extern "C" {
 #endif
 
-#define SEC_ITEM_WEAK __attribute__((weak))
+#define SEC_ITEM_WEAK KC_WEAK_IF_ASKED
 
 extern const CFStringRef kSecClass SEC_ITEM_WEAK;
 extern const CFStringRef kSecClassInternetPassword SEC_ITEM_WEAK;
