@@ -379,14 +379,18 @@ OSStatus SecItemDelete(CFDictionaryRef query) {
   size_t max = (q.limitAll || q.useItemList || q.matchItemList) ? 0 : 1;
   Collect(q, false, max, &ms.v);
   if (ms.v.empty()) return errSecItemNotFound;
+  size_t deleted = 0;
   for (Match& m : ms.v) {
     SecKeychainItemRef item = CreateItemRef(m.keychain, m.row.id, m.row.itemClass);
     if (!item) return errSecAllocate;
     status = DeleteStoredItem(item);
     CFRelease(item);
+    // Gone since it was found: another caller deleted it first.
+    if (status == errSecInvalidItemRef) continue;
     if (status != errSecSuccess) return status;
+    ++deleted;
   }
-  return errSecSuccess;
+  return deleted ? errSecSuccess : errSecItemNotFound;
 }
 
 }  // extern "C"
