@@ -31,8 +31,9 @@ class ScopedEnv {
 
 // Points every folder the keychain store and the host use (HOME,
 // XDG_DATA_HOME, KEYCHAIN_HOME, KEYCHAIN_SYSTEM_HOME, KEYCHAIN_COMMON_HOME) into
-// a fresh private folder, and removes KEYCHAIN_ASKPASS, so that a test never
-// touches the user's real keychains and never waits for a person.
+// a fresh private folder, removes KEYCHAIN_ASKPASS, and gives up the process's
+// controlling terminal (for good), so that a test never touches the user's
+// real keychains and never waits for a person at a password prompt.
 class IsolatedKeychainHome {
  public:
   IsolatedKeychainHome();

@@ -1,5 +1,6 @@
 // Password prompts. The askpass program gets the prompt as its argument and
 // prints the password on its standard output; a non-zero exit is a refusal.
+// Without one, the prompt goes to the controlling terminal with echo off.
 #include "ask_password.h"
 
 #include <Security/SecBase.h>
@@ -66,7 +67,7 @@ int AskProgram(const char* program, const std::string& prompt, SecureBytes* out)
 // Echo goes off before the prompt is shown, and nothing typed is thrown away:
 // an answer typed as soon as the prompt appears is read, and never echoed.
 int AskTerminal(const std::string& prompt, SecureBytes* out) {
-  int fd = open("/dev/tty", O_RDWR | O_CLOEXEC);
+  int fd = open("/dev/tty", O_RDWR | O_NOCTTY | O_CLOEXEC);
   if (fd < 0) return errSecInteractionNotAllowed;
   struct termios old, quiet;
   bool restore = tcgetattr(fd, &old) == 0;
@@ -106,8 +107,10 @@ int AskTerminal(const std::string& prompt, SecureBytes* out) {
 int AskPassword(const std::string& prompt, SecureBytes* out) {
   const char* program = std::getenv("KEYCHAIN_ASKPASS");
   if (program && *program) return AskProgram(program, prompt, out);
-  if (isatty(STDIN_FILENO)) return AskTerminal(prompt, out);
-  return errSecInteractionNotAllowed;
+  // The controlling terminal, whatever standard input is: a program whose
+  // input is a pipe still has a person at its terminal. Without one the
+  // open fails and nobody can be asked.
+  return AskTerminal(prompt, out);
 }
 
 }  // namespace secimpl

@@ -1,5 +1,5 @@
 // Asking the user for a keychain password: through the program named by
-// KEYCHAIN_ASKPASS, else through the terminal.
+// KEYCHAIN_ASKPASS, else on the controlling terminal.
 #pragma once
 
 #include <string>

@@ -1,9 +1,6 @@
 // Shared setup of the Security tests.
 #include "keychain_fixture.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <fstream>
 #include <sstream>
 #include <vector>
@@ -14,12 +11,6 @@ void KeychainTest::SetUp() {
   home_ = std::make_unique<kc_test::IsolatedKeychainHome>();
   env_ = std::make_unique<kc_test::ScopedEnv>();
   env_->Set("KEYCHAIN_KDF_PROFILE", "minimal");
-  // With stdin not a terminal and no askpass program, nobody can be asked.
-  int fd = open("/dev/null", O_RDONLY);
-  if (fd >= 0) {
-    dup2(fd, STDIN_FILENO);
-    close(fd);
-  }
   SecKeychainSetUserInteractionAllowed(true);
   SecKeychainSetPreferenceDomain(kSecPreferencesDomainUser);
   live_ = std::make_unique<kc_test::CFLiveObjectsSnapshot>();
