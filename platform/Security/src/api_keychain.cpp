@@ -11,6 +11,7 @@
 #include "environment.h"
 #include "keychain_lists.h"
 #include "keychain_object.h"
+#include "login_keychain.h"
 #include "session.h"
 #include "unlock_state.h"
 
@@ -143,11 +144,14 @@ OSStatus SecKeychainCopySettings(SecKeychainRef keychain, SecKeychainSettings* o
   Held h;
   OSStatus status = Target(keychain, &h.kc);
   if (status != errSecSuccess) return status;
+  // Reading the settings is a use: it may open the login keychain, whose
+  // stored settings do not hold while it is kept open for its user.
+  bool kept = KeychainIsUnlocked(h.kc) && KeptUnlocked(KeychainPath(h.kc));
   return WithStore(h.kc, [&](Store& store) -> OSStatus {
     OSStatus s = store.ReadHeader();
     if (s != errSecSuccess) return s;
-    outSettings->lockInterval = store.header().lockInterval;
-    outSettings->lockOnSleep = store.header().lockOnSleep ? 1 : 0;
+    outSettings->lockInterval = kept ? kNoLockInterval : store.header().lockInterval;
+    outSettings->lockOnSleep = !kept && store.header().lockOnSleep ? 1 : 0;
     return errSecSuccess;
   });
 }
@@ -182,7 +186,9 @@ OSStatus SecKeychainLock(SecKeychainRef keychain) {
 }
 
 OSStatus SecKeychainLockAll(void) {
-  ForgetAllKeys();
+  LockAllKeys();
+  // Also when this process has not opened the login keychain yet.
+  LockKey(LoginKeychainPath());
   return errSecSuccess;
 }
 

@@ -8,6 +8,7 @@
 #include "domain_prefs.h"
 #include "environment.h"
 #include "keychain_object.h"
+#include "login_keychain.h"
 #include "session.h"
 
 namespace secimpl {
@@ -30,7 +31,7 @@ OSStatus DefaultKeychainPath(int domain, std::string* path) {
   }
   if (domain != 0) return errSecNoDefaultKeychain;
   std::string dir = DomainDir(0);
-  std::string login = dir + "/login.keychain-db";
+  std::string login = LoginKeychainPath();
   if (!FileExists(login)) {
     if (!MakeDirs(dir)) return errSecNoDefaultKeychain;
     OSStatus status = CreateKeychainFile(login, "", 0);

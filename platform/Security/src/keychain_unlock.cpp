@@ -5,6 +5,7 @@
 
 #include "ask_password.h"
 #include "keychain_object.h"
+#include "login_keychain.h"
 #include "session.h"
 #include "unlock_state.h"
 
@@ -24,6 +25,14 @@ OSStatus Unwrap(const KeychainHeader& h, const void* password, size_t length, Se
   return errSecSuccess;
 }
 
+// The login keychain unlocked by an empty password is open for its user:
+// no lock interval holds it.
+void Unlocked(const std::string& path, const std::string& uuid, const SecretKey& key,
+              size_t passwordLength) {
+  RememberKey(path, uuid, key);
+  if (passwordLength == 0 && path == LoginKeychainPath()) KeepUnlocked(path);
+}
+
 }  // namespace
 
 OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t length) {
@@ -33,7 +42,7 @@ OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t leng
     if (status != errSecSuccess) return status;
     SecretKey key;
     status = Unwrap(store.header(), password, length, &key);
-    if (status == errSecSuccess) RememberKey(KeychainPath(kc), store.header().uuid, key);
+    if (status == errSecSuccess) Unlocked(KeychainPath(kc), store.header().uuid, key, length);
     return status;
   });
 }
@@ -44,7 +53,7 @@ bool KeychainIsUnlocked(SecKeychainRef kc) {
     unlocked = IsUnlocked(KeychainPath(kc), store.header().uuid, store.header().lockInterval);
     return errSecSuccess;
   });
-  return unlocked;
+  return unlocked || OpenLoginKeychainQuietly(kc);
 }
 
 OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid) {
@@ -56,13 +65,15 @@ OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid) {
   });
   if (status != errSecSuccess) return status;
   if (have) return errSecSuccess;
-  // Locked: refused interaction reads as a failed authentication, as on macOS.
-  if (!UserInteractionAllowed()) return errSecAuthFailed;
-  SecureBytes password;
-  status = AskPassword("Password for keychain " + KeychainPath(kc), &password);
-  if (status != errSecSuccess) return status;
-  status = UnlockWithPassword(kc, password.data(), password.size());
-  if (status != errSecSuccess) return status;
+  if (!OpenLoginKeychainQuietly(kc)) {
+    // Locked: refused interaction reads as a failed authentication, as on macOS.
+    if (!UserInteractionAllowed()) return errSecAuthFailed;
+    SecureBytes password;
+    status = AskPassword("Password for keychain " + KeychainPath(kc), &password);
+    if (status != errSecSuccess) return status;
+    status = UnlockWithPassword(kc, password.data(), password.size());
+    if (status != errSecSuccess) return status;
+  }
   status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
     if (uuid) *uuid = store.header().uuid;
@@ -72,7 +83,7 @@ OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid) {
   return have ? errSecSuccess : errSecAuthFailed;
 }
 
-void LockKeychain(SecKeychainRef kc) { ForgetKey(KeychainPath(kc)); }
+void LockKeychain(SecKeychainRef kc) { LockKey(KeychainPath(kc)); }
 
 }  // namespace secimpl
 
@@ -88,10 +99,12 @@ OSStatus CreateKeychainFile(const std::string& path, const void* password, size_
   GenerateKey(&key);
   if (!DeriveKey(password, length, h.kdf, &derived)) return errSecAllocate;
   h.wrappedKey = Seal(derived, key.data(), kKeyBytes, KeyBinding(h.uuid));
-  h.lockInterval = 300;
-  h.lockOnSleep = true;
+  // The login keychain, like macOS's, does not lock by itself.
+  bool login = path == LoginKeychainPath();
+  h.lockInterval = login ? kNoLockInterval : 300;
+  h.lockOnSleep = !login;
   OSStatus status = Store::Create(path, h);
-  if (status == errSecSuccess) RememberKey(path, h.uuid, key);  // a new keychain starts unlocked
+  if (status == errSecSuccess) Unlocked(path, h.uuid, key, length);  // a new keychain starts unlocked
   return status;
 }
 
@@ -107,7 +120,7 @@ OSStatus ChangeKeychainPassword(SecKeychainRef kc, const void* oldPassword, size
     KdfParams kdf = NewKdfParams();
     if (!DeriveKey(newPassword, newLength, kdf, &derived)) return errSecAllocate;
     status = store.WriteKey(kdf, Seal(derived, key.data(), kKeyBytes, KeyBinding(store.header().uuid)));
-    if (status == errSecSuccess) RememberKey(KeychainPath(kc), store.header().uuid, key);
+    if (status == errSecSuccess) Unlocked(KeychainPath(kc), store.header().uuid, key, newLength);
     return status;
   });
 }

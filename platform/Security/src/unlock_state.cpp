@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 
 namespace secimpl {
 
@@ -15,6 +16,7 @@ struct Entry {
   std::string uuid;
   std::unique_ptr<SecretKey> key;
   std::chrono::steady_clock::time_point lastUse;
+  bool kept = false;  // no lock interval
 };
 
 std::mutex& Mutex() {
@@ -27,12 +29,17 @@ std::map<std::string, Entry>& Table() {
   return *t;
 }
 
+std::set<std::string>& LockedPaths() {
+  static auto* s = new std::set<std::string>;
+  return *s;
+}
+
 // Called with the mutex held.
 Entry* Live(const std::string& path, const std::string& uuid, uint32_t lockInterval) {
   auto it = Table().find(path);
   if (it == Table().end()) return nullptr;
   bool expired = false;
-  if (lockInterval != kNoLockInterval) {
+  if (lockInterval != kNoLockInterval && !it->second.kept) {
     auto idle = std::chrono::steady_clock::now() - it->second.lastUse;
     expired = idle >= std::chrono::seconds(lockInterval);
   }
@@ -67,16 +74,43 @@ void RememberKey(const std::string& path, const std::string& uuid, const SecretK
   e.uuid = uuid;
   e.key = std::move(copy);
   e.lastUse = std::chrono::steady_clock::now();
+  e.kept = false;
+  LockedPaths().erase(path);
+}
+
+void KeepUnlocked(const std::string& path) {
+  std::lock_guard<std::mutex> g(Mutex());
+  auto it = Table().find(path);
+  if (it != Table().end()) it->second.kept = true;
+}
+
+bool KeptUnlocked(const std::string& path) {
+  std::lock_guard<std::mutex> g(Mutex());
+  auto it = Table().find(path);
+  return it != Table().end() && it->second.kept;
+}
+
+void LockKey(const std::string& path) {
+  std::lock_guard<std::mutex> g(Mutex());
+  Table().erase(path);
+  LockedPaths().insert(path);
+}
+
+void LockAllKeys() {
+  std::lock_guard<std::mutex> g(Mutex());
+  for (const auto& entry : Table()) LockedPaths().insert(entry.first);
+  Table().clear();
+}
+
+bool LockedByCall(const std::string& path) {
+  std::lock_guard<std::mutex> g(Mutex());
+  return LockedPaths().count(path) != 0;
 }
 
 void ForgetKey(const std::string& path) {
   std::lock_guard<std::mutex> g(Mutex());
   Table().erase(path);
-}
-
-void ForgetAllKeys() {
-  std::lock_guard<std::mutex> g(Mutex());
-  Table().clear();
+  LockedPaths().erase(path);
 }
 
 }  // namespace secimpl
