@@ -9,6 +9,7 @@ packages=(
   libicu-dev libsqlite3-dev libsodium-dev libffi-dev
   libgtest-dev libgmock-dev googletest libbenchmark-dev
   g++-multilib
+  clang
 )
 
 missing=()
