@@ -81,12 +81,20 @@ TEST_F(LoginKeychain, OpensWithoutAskingAndStaysLockedWhenLockedByCall) {
   EXPECT_EQ(status, errSecInteractionNotAllowed);
   CFRelease(def);
 
+  // A new login keychain in its place is new to this process.
+  auto replace = [&](const std::string& secret) {
+    SecKeychainRef login = nullptr;
+    ASSERT_EQ(SecKeychainOpen(LoginPath().c_str(), &login), errSecSuccess);
+    ASSERT_EQ(SecKeychainDelete(login), errSecSuccess);
+    CFRelease(login);
+    Place(LoginPath(), "", secret);
+  };
+  // Asking for its status is a use too.
+  replace("second");
+  ASSERT_EQ(SecKeychainGetStatus(nullptr, &st), errSecSuccess);
+  EXPECT_EQ(st & kSecUnlockStateStatus, 1u);
   // Locking everything before the first use also holds.
-  SecKeychainRef login = nullptr;
-  ASSERT_EQ(SecKeychainOpen(LoginPath().c_str(), &login), errSecSuccess);
-  ASSERT_EQ(SecKeychainDelete(login), errSecSuccess);
-  CFRelease(login);
-  Place(LoginPath(), "", "second");
+  replace("third");
   ASSERT_EQ(SecKeychainLockAll(), errSecSuccess);
   FindSecret(nullptr, "svc", "acct", &status);
   EXPECT_EQ(status, errSecInteractionNotAllowed);
