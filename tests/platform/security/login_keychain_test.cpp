@@ -75,11 +75,15 @@ TEST_F(LoginKeychain, OpensWithoutAskingAndStaysLockedWhenLockedByCall) {
   EXPECT_EQ(SecKeychainUnlock(def, 0, nullptr, false), errSecInteractionNotAllowed);
   EXPECT_EQ(SecKeychainUnlock(def, 0, "", true), errSecSuccess);
   EXPECT_EQ(FindSecret(def, "svc", "acct"), "first");
+  CFRelease(def);
+  // Unlocked with its password, it is open for its user again: a file that
+  // another process puts in its place opens without asking.
+  Place(LoginPath(), "", "renewed");
+  EXPECT_EQ(FindSecret(nullptr, "svc", "acct"), "renewed");
 
   ASSERT_EQ(SecKeychainLockAll(), errSecSuccess);
-  FindSecret(def, "svc", "acct", &status);
+  FindSecret(nullptr, "svc", "acct", &status);
   EXPECT_EQ(status, errSecInteractionNotAllowed);
-  CFRelease(def);
 
   // A new login keychain in its place is new to this process.
   auto replace = [&](const std::string& secret) {
