@@ -144,14 +144,16 @@ OSStatus SecKeychainCopySettings(SecKeychainRef keychain, SecKeychainSettings* o
   Held h;
   OSStatus status = Target(keychain, &h.kc);
   if (status != errSecSuccess) return status;
-  // Reading the settings is a use: it may open the login keychain, whose
-  // stored settings do not hold while it is kept open for its user.
-  bool kept = KeychainIsUnlocked(h.kc) && KeptUnlocked(KeychainPath(h.kc));
+  // Reading the settings is a use: it may open the login keychain. Open for
+  // its user, it does not stay locked however long it idles (a lock by time
+  // is undone by the next use), whatever its stored settings say.
+  const std::string& path = KeychainPath(h.kc);
+  bool open = KeychainIsUnlocked(h.kc) && path == LoginKeychainPath() && UnlockedByEmptyPassword(path);
   return WithStore(h.kc, [&](Store& store) -> OSStatus {
     OSStatus s = store.ReadHeader();
     if (s != errSecSuccess) return s;
-    outSettings->lockInterval = kept ? kNoLockInterval : store.header().lockInterval;
-    outSettings->lockOnSleep = !kept && store.header().lockOnSleep ? 1 : 0;
+    outSettings->lockInterval = open ? kNoLockInterval : store.header().lockInterval;
+    outSettings->lockOnSleep = !open && store.header().lockOnSleep ? 1 : 0;
     return errSecSuccess;
   });
 }

@@ -25,14 +25,6 @@ OSStatus Unwrap(const KeychainHeader& h, const void* password, size_t length, Se
   return errSecSuccess;
 }
 
-// The login keychain unlocked by an empty password is open for its user:
-// no lock interval holds it.
-void Unlocked(const std::string& path, const std::string& uuid, const SecretKey& key,
-              size_t passwordLength) {
-  RememberKey(path, uuid, key);
-  if (passwordLength == 0 && path == LoginKeychainPath()) KeepUnlocked(path);
-}
-
 }  // namespace
 
 OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t length) {
@@ -42,7 +34,7 @@ OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t leng
     if (status != errSecSuccess) return status;
     SecretKey key;
     status = Unwrap(store.header(), password, length, &key);
-    if (status == errSecSuccess) Unlocked(KeychainPath(kc), store.header().uuid, key, length);
+    if (status == errSecSuccess) RememberKey(KeychainPath(kc), store.header().uuid, key, length == 0);
     return status;
   });
 }
@@ -104,7 +96,7 @@ OSStatus CreateKeychainFile(const std::string& path, const void* password, size_
   h.lockInterval = login ? kNoLockInterval : 300;
   h.lockOnSleep = !login;
   OSStatus status = Store::Create(path, h);
-  if (status == errSecSuccess) Unlocked(path, h.uuid, key, length);  // a new keychain starts unlocked
+  if (status == errSecSuccess) RememberKey(path, h.uuid, key, length == 0);  // a new keychain starts unlocked
   return status;
 }
 
@@ -120,7 +112,7 @@ OSStatus ChangeKeychainPassword(SecKeychainRef kc, const void* oldPassword, size
     KdfParams kdf = NewKdfParams();
     if (!DeriveKey(newPassword, newLength, kdf, &derived)) return errSecAllocate;
     status = store.WriteKey(kdf, Seal(derived, key.data(), kKeyBytes, KeyBinding(store.header().uuid)));
-    if (status == errSecSuccess) Unlocked(KeychainPath(kc), store.header().uuid, key, newLength);
+    if (status == errSecSuccess) RememberKey(KeychainPath(kc), store.header().uuid, key, newLength == 0);
     return status;
   });
 }

@@ -2,9 +2,9 @@
 // made with an empty password when the user domain first needs a default.
 // As macOS's login keychain is open for the whole session, ours is open for
 // its user while its password is empty: a process unlocks it on first use
-// without asking and keeps it unlocked however long it idles. A lock by call
-// still holds within its process; once a password is set, the usual rules
-// apply.
+// without asking, and again after a lock by time, so it never stays locked
+// for being idle. A lock by call still holds within its process; once a
+// password is set, the usual rules apply.
 #pragma once
 
 #include <Security/SecBase.h>

@@ -16,7 +16,7 @@ struct Entry {
   std::string uuid;
   std::unique_ptr<SecretKey> key;
   std::chrono::steady_clock::time_point lastUse;
-  bool kept = false;  // no lock interval
+  bool emptyPassword = false;
 };
 
 std::mutex& Mutex() {
@@ -39,7 +39,7 @@ Entry* Live(const std::string& path, const std::string& uuid, uint32_t lockInter
   auto it = Table().find(path);
   if (it == Table().end()) return nullptr;
   bool expired = false;
-  if (lockInterval != kNoLockInterval && !it->second.kept) {
+  if (lockInterval != kNoLockInterval) {
     auto idle = std::chrono::steady_clock::now() - it->second.lastUse;
     expired = idle >= std::chrono::seconds(lockInterval);
   }
@@ -66,7 +66,8 @@ bool UseKey(const std::string& path, const std::string& uuid, uint32_t lockInter
   return true;
 }
 
-void RememberKey(const std::string& path, const std::string& uuid, const SecretKey& key) {
+void RememberKey(const std::string& path, const std::string& uuid, const SecretKey& key,
+                 bool emptyPassword) {
   auto copy = std::make_unique<SecretKey>();
   copy->CopyFrom(key);
   std::lock_guard<std::mutex> g(Mutex());
@@ -74,20 +75,14 @@ void RememberKey(const std::string& path, const std::string& uuid, const SecretK
   e.uuid = uuid;
   e.key = std::move(copy);
   e.lastUse = std::chrono::steady_clock::now();
-  e.kept = false;
+  e.emptyPassword = emptyPassword;
   LockedPaths().erase(path);
 }
 
-void KeepUnlocked(const std::string& path) {
+bool UnlockedByEmptyPassword(const std::string& path) {
   std::lock_guard<std::mutex> g(Mutex());
   auto it = Table().find(path);
-  if (it != Table().end()) it->second.kept = true;
-}
-
-bool KeptUnlocked(const std::string& path) {
-  std::lock_guard<std::mutex> g(Mutex());
-  auto it = Table().find(path);
-  return it != Table().end() && it->second.kept;
+  return it != Table().end() && it->second.emptyPassword;
 }
 
 void LockKey(const std::string& path) {

@@ -20,11 +20,10 @@ bool IsUnlocked(const std::string& path, const std::string& uuid, uint32_t lockI
 // Copies the key and counts as a use. False when locked.
 bool UseKey(const std::string& path, const std::string& uuid, uint32_t lockInterval, SecretKey* out);
 // Unlocks: the key is kept, and an earlier lock by call no longer holds.
-void RememberKey(const std::string& path, const std::string& uuid, const SecretKey& key);
-// Exempts an unlocked keychain from its lock interval until it locks or
-// its key is replaced.
-void KeepUnlocked(const std::string& path);
-bool KeptUnlocked(const std::string& path);
+void RememberKey(const std::string& path, const std::string& uuid, const SecretKey& key,
+                 bool emptyPassword);
+// True while unlocked by an empty password.
+bool UnlockedByEmptyPassword(const std::string& path);
 // Locks by call: wipes the key and remembers that this process asked for
 // the keychain to be locked, until it is unlocked with a password again.
 void LockKey(const std::string& path);
