@@ -37,13 +37,14 @@ OSStatus FindOne(CFTypeRef keychainOrArray, uint32_t cls, const std::vector<Filt
   bool wantSecret = passwordLength || passwordData;
   SecKeychainRef foundIn = nullptr;
   ItemRow found;
-  ForEachMatch(keychains, cls, filters, wantSecret, 1, [&](SecKeychainRef kc, ItemRow& row) {
+  OSStatus walk = ForEachMatch(keychains, cls, filters, wantSecret, 1, [&](SecKeychainRef kc, ItemRow& row) {
     foundIn = (SecKeychainRef)CFRetain(kc);
     found = std::move(row);
     return false;
   });
   ReleaseKeychains(&keychains);
-  if (!foundIn) return errSecItemNotFound;
+  // Nothing found in a keychain that could not be read is not "no such item".
+  if (!foundIn) return walk != errSecSuccess ? walk : errSecItemNotFound;
   if (wantSecret) {
     SecureBytes secret;
     status = OpenSecret(foundIn, found, &secret);

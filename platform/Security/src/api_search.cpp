@@ -27,8 +27,9 @@ struct SearchImpl {
   uint32_t itemClass = 0;
   std::vector<Filter> filters;
   size_t current = 0;   // index into keychains
-  int64_t after = 0;    // last id delivered from the current keychain
+  int64_t after = 0;    // last id read from the current keychain
   bool exhausted = false;  // the current keychain has no more batches
+  OSStatus failure = errSecSuccess;  // the last keychain that could not be read to its end
   std::deque<Pending> pending;
 };
 
@@ -54,7 +55,9 @@ CFTypeID SearchTypeID() {
   return id;
 }
 
-// Refills `pending` from the next keychain that still has matches.
+// Refills `pending` from the next keychain that still has matches. A
+// keychain that fails is left for the next one, and its failure is kept for
+// the end of the walk.
 void Refill(SearchImpl* s) {
   while (s->pending.empty() && s->current < s->keychains.size()) {
     if (s->exhausted) {
@@ -63,15 +66,17 @@ void Refill(SearchImpl* s) {
       s->exhausted = false;
       continue;
     }
-    std::vector<ItemRow> rows;
+    FoundRows batch;
     OSStatus status = WithStore(s->keychains[s->current], [&](Store& store) -> OSStatus {
-      return store.Find(s->itemClass, s->filters, s->after, kBatch, false, &rows);
+      return store.Find(s->itemClass, s->filters, s->after, kBatch, false, &batch);
     });
-    // A keychain that cannot be read is skipped.
-    if (status != errSecSuccess || int(rows.size()) < kBatch) s->exhausted = true;
-    for (const ItemRow& r : rows) {
-      s->pending.push_back({r.id, r.itemClass});
-      s->after = r.id;
+    for (const ItemRow& r : batch.rows) s->pending.push_back({r.id, r.itemClass});
+    s->after = batch.lastId;
+    if (status != errSecSuccess) {
+      if (status != errSecNoSuchKeychain) s->failure = status;  // a missing file holds nothing
+      s->exhausted = true;
+    } else if (batch.scanned < kBatch) {
+      s->exhausted = true;
     }
   }
 }
@@ -115,7 +120,8 @@ OSStatus SecKeychainSearchCopyNext(SecKeychainSearchRef searchRef, SecKeychainIt
   if (!searchRef || CFGetTypeID(searchRef) != SearchTypeID()) return errSecInvalidSearchRef;
   SearchImpl* s = reinterpret_cast<SearchObject*>(searchRef)->impl;
   Refill(s);
-  if (s->pending.empty()) return errSecItemNotFound;
+  // The end of a walk that met damage is that damage, every time it is asked.
+  if (s->pending.empty()) return s->failure != errSecSuccess ? s->failure : errSecItemNotFound;
   Pending next = s->pending.front();
   s->pending.pop_front();
   *itemRef = CreateItemRef(s->keychains[s->current], next.id, next.itemClass);

@@ -128,6 +128,14 @@ bool Unseal(const SecretKey& key, const std::string& sealed, const std::string& 
   return true;
 }
 
+bool Reseal(const SecretKey& key, const std::string& sealed, const std::string& oldAd,
+            const std::string& newAd, std::string* out) {
+  SecureBytes plain;  // wiped on the way out
+  if (!Unseal(key, sealed, oldAd, &plain)) return false;
+  *out = Seal(key, plain.data(), plain.size(), newAd);
+  return true;
+}
+
 std::string Digest(const std::string& data) {
   InitCrypto();
   std::string out(crypto_generichash_BYTES, '\0');

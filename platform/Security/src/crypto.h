@@ -83,6 +83,9 @@ bool DeriveKey(const void* password, size_t length, const KdfParams& params, Sec
 // Authenticated encryption with XChaCha20-Poly1305; the result is nonce || ciphertext.
 std::string Seal(const SecretKey& key, const void* plain, size_t length, const std::string& ad);
 bool Unseal(const SecretKey& key, const std::string& sealed, const std::string& ad, SecureBytes* out);
+// Opens under oldAd and seals again under newAd; false when it does not open.
+bool Reseal(const SecretKey& key, const std::string& sealed, const std::string& oldAd,
+            const std::string& newAd, std::string* out);
 
 // Keyed digest used to check that a keychain header is intact.
 std::string Digest(const std::string& data);

@@ -59,13 +59,28 @@ OSStatus OpenSecret(SecKeychainRef kc, const ItemRow& row, SecureBytes* out) {
   ScratchKey scratch;
   SecretKey& key = scratch.get();
   if (!key.ok()) return errSecAllocate;
-  std::string uuid;
-  OSStatus status = ObtainKey(kc, &key, &uuid);
+  KeychainHeader h;
+  OSStatus status = ObtainKey(kc, &key, &h);
   if (status != errSecSuccess) return status;
-  // A ciphertext that does not belong to this item fails here.
-  if (!Unseal(key, row.sealed, ItemBinding(uuid, row.itemClass, row.id), out))
-    return errSecVerifyFailed;
-  return errSecSuccess;
+  // A ciphertext that belongs to another row, or is shown under other names
+  // than it was sealed with, fails here.
+  if (Unseal(key, row.sealed, ItemBinding(h.uuid, h.schema, row), out)) return errSecSuccess;
+  // The file may have been upgraded, or the secret replaced, since the row
+  // was read: one more try with both read afresh, under the same names.
+  ItemRow fresh;
+  int schema = h.schema;
+  status = WithStore(kc, [&](Store& store) -> OSStatus {
+    OSStatus s = store.ReadHeader();
+    schema = store.header().schema;
+    return s == errSecSuccess ? store.Get(row.id, true, &fresh) : s;
+  });
+  if (status != errSecSuccess && status != errSecInvalidItemRef) return status;
+  if (status == errSecSuccess && fresh.hasSecret && (fresh.sealed != row.sealed || schema != h.schema) &&
+      Unseal(key, fresh.sealed, ItemBinding(h.uuid, schema, row), out))
+    return errSecSuccess;
+  // errSecDecode, as Apple names data that cannot be decoded: this one item
+  // is damaged or moved; the keychain itself still reads.
+  return errSecDecode;
 }
 
 OSStatus AddItemTo(SecKeychainRef kc, ItemRow* row, const void* data, size_t length, bool hasData,
@@ -83,13 +98,12 @@ OSStatus AddItemTo(SecKeychainRef kc, ItemRow* row, const void* data, size_t len
   SecretKey& key = scratch.get();
   OSStatus status = key.ok() ? ObtainKey(target, &key) : errSecAllocate;
   if (status == errSecSuccess) {
+    SealFn seal = [&](const std::string& ad, std::string* sealed) -> int {
+      *sealed = Seal(key, data, length, ad);
+      return errSecSuccess;
+    };
     status = WithStore(target, [&](Store& store) -> OSStatus {
-      std::string uuid = store.header().uuid;
-      SealFn seal = [&](int64_t id, std::string* sealed) -> int {
-        *sealed = Seal(key, data, length, ItemBinding(uuid, row->itemClass, id));
-        return errSecSuccess;
-      };
-      return store.Insert(row, hasData ? seal : SealFn());
+      return store.Insert(row, hasData ? &seal : nullptr);
     });
   }
   if (status == errSecSuccess && out) {
@@ -107,13 +121,13 @@ OSStatus SaveItem(SecKeychainItemRef item, ItemRow* row, const void* data, size_
   SecretKey& key = scratch.get();
   OSStatus status = key.ok() ? ObtainKey(kc, &key) : errSecAllocate;
   if (status != errSecSuccess) return status;
+  SealFn seal = [&](const std::string& ad, std::string* sealed) -> int {
+    *sealed = Seal(key, data, length, ad);
+    return errSecSuccess;
+  };
+  // New names re-seal the secret under them, in the same transaction.
   return WithStore(kc, [&](Store& store) -> OSStatus {
-    std::string uuid = store.header().uuid;
-    SealFn seal = [&](int64_t id, std::string* sealed) -> int {
-      *sealed = Seal(key, data, length, ItemBinding(uuid, row->itemClass, id));
-      return errSecSuccess;
-    };
-    return store.Update(*row, replaceData ? &seal : nullptr);
+    return store.Update(*row, replaceData ? &seal : nullptr, ResealWith(key));
   });
 }
 
@@ -130,26 +144,32 @@ OSStatus ForEachMatch(const std::vector<SecKeychainRef>& keychains, uint32_t ite
                       const std::vector<Filter>& filters, bool withSecret, size_t limit,
                       const std::function<bool(SecKeychainRef, ItemRow&)>& fn) {
   size_t delivered = 0;
+  OSStatus failure = errSecSuccess;
   for (SecKeychainRef kc : keychains) {
     int64_t after = 0;
     for (;;) {
-      std::vector<ItemRow> rows;
+      FoundRows batch;
       int want = kBatch;
       if (limit && limit - delivered < size_t(want)) want = int(limit - delivered);
       OSStatus status = WithStore(kc, [&](Store& store) -> OSStatus {
-        return store.Find(itemClass, filters, after, want, withSecret, &rows);
+        return store.Find(itemClass, filters, after, want, withSecret, &batch);
       });
-      if (status != errSecSuccess) break;  // an unreadable keychain is skipped
-      for (ItemRow& row : rows) {
-        after = row.id;
+      for (ItemRow& row : batch.rows) {
         ++delivered;
         if (!fn(kc, row)) return errSecSuccess;
         if (limit && delivered >= limit) return errSecSuccess;
       }
-      if (int(rows.size()) < want) break;
+      // A missing file holds nothing, as on macOS; any other failure is
+      // remembered, and the other keychains are still read.
+      if (status != errSecSuccess) {
+        if (status != errSecNoSuchKeychain) failure = status;
+        break;
+      }
+      after = batch.lastId;
+      if (batch.scanned < want) break;
     }
   }
-  return errSecSuccess;
+  return failure;
 }
 
 }  // namespace secimpl

@@ -14,7 +14,8 @@ namespace secimpl {
 
 // Loads the stored item; errSecInvalidItemRef when it has been deleted.
 OSStatus LoadItem(SecKeychainItemRef item, bool withSecret, ItemRow* row);
-// Decrypts a loaded secret (row loaded withSecret) of an item in kc.
+// Decrypts a loaded secret (row loaded withSecret) of an item in kc, under
+// the row's names; errSecDecode when it does not open.
 OSStatus OpenSecret(SecKeychainRef kc, const ItemRow& row, SecureBytes* out);
 
 // Adds to kc, or to the default keychain when kc is NULL or its file does not
@@ -27,7 +28,12 @@ OSStatus SaveItem(SecKeychainItemRef item, ItemRow* row, const void* data, size_
 OSStatus DeleteStoredItem(SecKeychainItemRef item);
 
 // Calls fn for each match in keychain order, at most `limit` times (0: no
-// limit), until fn returns false. Keychains that cannot be read are skipped.
+// limit), until fn returns false. A keychain that fails part-way does not
+// stop the walk: the others are still read. Returns errSecSuccess when the
+// walk was stopped by fn or the limit or read every keychain to its end, and
+// otherwise the last failure, so that a caller that found less than it asked
+// for never mistakes damage for "no more items". A missing keychain file is
+// not a failure: it holds nothing.
 OSStatus ForEachMatch(const std::vector<SecKeychainRef>& keychains, uint32_t itemClass,
                       const std::vector<Filter>& filters, bool withSecret, size_t limit,
                       const std::function<bool(SecKeychainRef, ItemRow&)>& fn);

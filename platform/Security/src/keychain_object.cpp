@@ -126,12 +126,11 @@ void CloseStore(SecKeychainRef kc) {
   k->store.reset();
 }
 
-std::string ItemBinding(const std::string& uuid, uint32_t itemClass, int64_t id) {
-  std::string ad = "item";
-  ad += uuid;
-  for (int i = 3; i >= 0; --i) ad += char((itemClass >> (8 * i)) & 0xff);
-  for (int i = 7; i >= 0; --i) ad += char((uint64_t(id) >> (8 * i)) & 0xff);
-  return ad;
+ResealFn ResealWith(const SecretKey& key) {
+  return [&key](const std::string& sealed, const std::string& oldAd, const std::string& newAd,
+                std::string* out) -> int {
+    return Reseal(key, sealed, oldAd, newAd, out) ? errSecSuccess : errSecDecode;
+  };
 }
 
 std::string KeyBinding(const std::string& uuid) { return "keychain-key" + uuid; }

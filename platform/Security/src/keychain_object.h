@@ -31,12 +31,13 @@ OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t leng
 bool KeychainIsUnlocked(SecKeychainRef kc);
 // The keychain key for reading or writing secrets; asks the user when the
 // keychain is locked and interaction is allowed.
-// When `uuid` is given it receives the file's identity.
-OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid = nullptr);
+// When `header` is given it receives the file's header (identity, schema).
+OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, KeychainHeader* header = nullptr);
 void LockKeychain(SecKeychainRef kc);
 
-// Associated data that binds a sealed secret to its keychain and item.
-std::string ItemBinding(const std::string& uuid, uint32_t itemClass, int64_t id);
+// Re-seals with `key`: the form the store asks for.
+ResealFn ResealWith(const SecretKey& key);
+// Associated data of the wrapped keychain key.
 std::string KeyBinding(const std::string& uuid);
 
 }  // namespace secimpl

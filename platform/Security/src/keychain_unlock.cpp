@@ -34,8 +34,13 @@ OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t leng
     if (status != errSecSuccess) return status;
     SecretKey key;
     status = Unwrap(store.header(), password, length, &key);
-    if (status == errSecSuccess) RememberKey(KeychainPath(kc), store.header().uuid, key, length == 0);
-    return status;
+    if (status != errSecSuccess) return status;
+    RememberKey(KeychainPath(kc), store.header().uuid, key, length == 0);
+    // A file of the first format moves to the current binding now, the first
+    // time its key is at hand. When that cannot be done (a read-only file,
+    // damage) the file stays as it was and is read under its own binding.
+    store.UpgradeBinding(ResealWith(key));
+    return errSecSuccess;
   });
 }
 
@@ -48,11 +53,11 @@ bool KeychainIsUnlocked(SecKeychainRef kc) {
   return unlocked || OpenLoginKeychainQuietly(kc);
 }
 
-OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid) {
+OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, KeychainHeader* header) {
   bool have = false;
   OSStatus status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
-    if (uuid) *uuid = store.header().uuid;
+    if (header) *header = store.header();
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;
@@ -68,7 +73,7 @@ OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid) {
   }
   status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
-    if (uuid) *uuid = store.header().uuid;
+    if (header) *header = store.header();
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;

@@ -20,9 +20,10 @@ OSStatus CreatePersistentRef(SecKeychainItemRef item, CFDataRef* out) {
   std::string uuid;
   OSStatus status = WithStore(kc, [&](Store& store) -> OSStatus {
     ItemRow row;
-    if (store.Get(ItemId(item), false, &row) != errSecSuccess) return errSecItemNotFound;
+    OSStatus s = store.Get(ItemId(item), false, &row);
+    if (s == errSecInvalidItemRef) return errSecItemNotFound;
     uuid = store.header().uuid;
-    return errSecSuccess;
+    return s;
   });
   if (status != errSecSuccess) return status == errSecNoSuchKeychain ? errSecItemNotFound : status;
   std::string blob = "KCPR";
@@ -53,15 +54,15 @@ OSStatus ResolvePersistentRef(CFDataRef data, SecKeychainItemRef* out) {
   OSStatus status = WithStore(kc, [&](Store& store) -> OSStatus {
     if (store.header().uuid != uuid) return errSecItemNotFound;
     ItemRow row;
-    if (store.Get(int64_t(id), false, &row) != errSecSuccess || row.itemClass != cls)
-      return errSecItemNotFound;
-    return errSecSuccess;
+    OSStatus s = store.Get(int64_t(id), false, &row);
+    if (s == errSecInvalidItemRef || (s == errSecSuccess && row.itemClass != cls)) return errSecItemNotFound;
+    return s;
   });
   if (status == errSecSuccess) {
     *out = CreateItemRef(kc, int64_t(id), cls);
     if (!*out) status = errSecAllocate;
-  } else {
-    status = errSecItemNotFound;
+  } else if (status == errSecNoSuchKeychain) {
+    status = errSecItemNotFound;  // a damaged keychain keeps its own status
   }
   CFRelease(kc);
   return status;

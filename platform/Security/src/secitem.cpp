@@ -77,8 +77,10 @@ OSStatus ItemsFrom(CFTypeRef v, std::vector<SecKeychainItemRef>* out) {
     SecKeychainItemRef item = nullptr;
     CFTypeRef e = CFArrayGetValueAtIndex((CFArrayRef)v, i);
     OSStatus status = ItemFrom(e, &item);
-    if (status == errSecParam) return status;
-    if (item) out->push_back(item);  // a persistent reference to a gone item matches nothing
+    // A persistent reference to a gone item matches nothing; one into a
+    // damaged keychain says so.
+    if (status != errSecSuccess && status != errSecItemNotFound) return status;
+    if (item) out->push_back(item);
   }
   return errSecSuccess;
 }
@@ -96,7 +98,9 @@ OSStatus ParseQuery(CFDictionaryRef dict, bool forAdd, Query* q) {
   if ((v = CFDictionaryGetValue(dict, kSecValuePersistentRef))) {
     if (!IsType(v, CFDataGetTypeID())) return errSecParam;
     SecKeychainItemRef item = nullptr;
-    if (ResolvePersistentRef((CFDataRef)v, &item) == errSecSuccess) q->items.push_back(item);
+    OSStatus status = ResolvePersistentRef((CFDataRef)v, &item);
+    if (status != errSecSuccess && status != errSecItemNotFound) return status;
+    if (item) q->items.push_back(item);
     q->useItemList = true;
   }
   if ((v = CFDictionaryGetValue(dict, kSecUseItemList))) {
@@ -172,22 +176,27 @@ bool InList(const std::vector<SecKeychainItemRef>& list, SecKeychainItemRef item
 
 // Hands each match of a query to `take`, at most `max` of them (0: all),
 // until `take` answers false. A match's keychain is retained for `take`,
-// which owns it from then on.
-void ForEachQueryMatch(const Query& q, bool withSecret, size_t max, const std::function<bool(Match&&)>& take) {
+// which owns it from then on. A failure to read is returned even when some
+// matches were handed over: a listing that met damage is not passed off as
+// complete.
+OSStatus ForEachQueryMatch(const Query& q, bool withSecret, size_t max,
+                           const std::function<bool(Match&&)>& take) {
   size_t taken = 0;
   if (q.useItemList) {
     for (SecKeychainItemRef item : q.items) {
       if (q.itemClass != kClassAnyRecord && ItemClassOf(item) != q.itemClass) continue;
       Match m{ItemKeychain(item), ItemRow()};
-      if (LoadItem(item, withSecret, &m.row) != errSecSuccess) continue;  // gone
+      OSStatus status = LoadItem(item, withSecret, &m.row);
+      if (status == errSecInvalidItemRef || status == errSecNoSuchKeychain) continue;  // gone
+      if (status != errSecSuccess) return status;
       m.keychain = (SecKeychainRef)CFRetain(m.keychain);
       if (!take(std::move(m)) || (max && ++taken >= max)) break;
     }
-    return;
+    return errSecSuccess;
   }
-  if (!q.storedClass) return;
+  if (!q.storedClass) return errSecSuccess;
   size_t limit = q.matchItemList ? 0 : max;
-  ForEachMatch(q.keychains, q.itemClass, q.filters, withSecret, limit, [&](SecKeychainRef kc, ItemRow& row) {
+  return ForEachMatch(q.keychains, q.itemClass, q.filters, withSecret, limit, [&](SecKeychainRef kc, ItemRow& row) {
     if (q.matchItemList) {
       SecKeychainItemRef probe = CreateItemRef(kc, row.id, row.itemClass);
       bool keep = probe && InList(q.matchItems, probe);
@@ -199,9 +208,9 @@ void ForEachQueryMatch(const Query& q, bool withSecret, size_t max, const std::f
   });
 }
 
-// The matches of a query, at most `max` of them (0: all).
-void Collect(const Query& q, bool withSecret, size_t max, std::vector<Match>* out) {
-  ForEachQueryMatch(q, withSecret, max, [out](Match&& m) {
+// The matches of a query, at most `max` of them (0: all), and the walk's status.
+OSStatus Collect(const Query& q, bool withSecret, size_t max, std::vector<Match>* out) {
+  return ForEachQueryMatch(q, withSecret, max, [out](Match&& m) {
     out->push_back(std::move(m));
     return true;
   });
@@ -279,7 +288,8 @@ OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef* result) {
   const bool withSecret = q.returnData;
   if (!result || (!q.limitAll && q.limit == 1)) {
     MatchesHolder ms;
-    Collect(q, withSecret, 1, &ms.v);
+    status = Collect(q, withSecret, 1, &ms.v);
+    if (status != errSecSuccess) return status;
     if (ms.v.empty()) return errSecItemNotFound;
     return result ? Shape(q, ms.v.front(), result) : errSecSuccess;
   }
@@ -287,7 +297,7 @@ OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef* result) {
   // stored rows and their converted form at once.
   CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
   if (!array) return errSecAllocate;
-  ForEachQueryMatch(q, withSecret, MaxMatches(q), [&](Match&& m) {
+  OSStatus walk = ForEachQueryMatch(q, withSecret, MaxMatches(q), [&](Match&& m) {
     CFTypeRef one = nullptr;
     status = Shape(q, m, &one);
     CFRelease(m.keychain);
@@ -296,6 +306,7 @@ OSStatus SecItemCopyMatching(CFDictionaryRef query, CFTypeRef* result) {
     CFRelease(one);
     return true;
   });
+  if (status == errSecSuccess) status = walk;
   if (status == errSecSuccess && CFArrayGetCount(array) == 0) status = errSecItemNotFound;
   if (status != errSecSuccess) {
     CFRelease(array);
@@ -351,7 +362,8 @@ OSStatus SecItemUpdate(CFDictionaryRef query, CFDictionaryRef attributesToUpdate
   CFTypeRef value = CFDictionaryGetValue(attributesToUpdate, kSecValueData);
   if (value && !IsType(value, CFDataGetTypeID())) return errSecParam;
   MatchesHolder ms;
-  Collect(q, false, q.limitAll ? 0 : 1, &ms.v);  // the first match only, unless all are asked for
+  status = Collect(q, false, q.limitAll ? 0 : 1, &ms.v);  // the first match only, unless all are asked for
+  if (status != errSecSuccess) return status;
   if (ms.v.empty()) return errSecItemNotFound;
   for (Match& m : ms.v) {
     ItemRow row = m.row;
@@ -377,7 +389,8 @@ OSStatus SecItemDelete(CFDictionaryRef query) {
   // Explicit item lists name exactly what goes; otherwise the first match,
   // unless all are asked for.
   size_t max = (q.limitAll || q.useItemList || q.matchItemList) ? 0 : 1;
-  Collect(q, false, max, &ms.v);
+  status = Collect(q, false, max, &ms.v);
+  if (status != errSecSuccess) return status;  // nothing is deleted on a keychain that reads wrong
   if (ms.v.empty()) return errSecItemNotFound;
   size_t deleted = 0;
   for (Match& m : ms.v) {

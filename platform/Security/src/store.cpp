@@ -7,6 +7,14 @@
 // failure may lose the last commits but never leaves a damaged file.
 // Several processes share a file through SQLite's locking; writers take the
 // write lock up front (BEGIN IMMEDIATE) and wait up to kBusyTimeoutMs.
+//
+// Damage: SQLite reports much of it (a page that is not a valid B-tree page,
+// an index entry whose row is missing), and the rest is caught here: every
+// row is checked for the storage types this code writes, for id order and
+// against the values the query asked for, and a secret only opens under the
+// names and row it was sealed with. Any of these ends a walk with
+// errSecInvalidKeychain (errSecDecode for a secret, in the layers above), so
+// damage never reads as "no such item".
 #include "store.h"
 
 #include <Security/SecBase.h>
@@ -52,21 +60,32 @@ std::string Column(sqlite3_stmt* st, int i) {
   return p && n > 0 ? std::string(static_cast<const char*>(p), size_t(n)) : std::string();
 }
 
-std::string BuildSelectList(bool withSecret) {
-  std::string s = "id, class, ";
-  s += withSecret ? "secret" : "secret IS NOT NULL";
+// The item columns in the order ReadRow takes them, from the table named by
+// `from` ("" or "t.").
+std::string BuildSelectList(bool withSecret, const std::string& from) {
+  std::string s = from + "id, " + from + "class, " + from + (withSecret ? "secret" : "secret IS NOT NULL");
   int n = 0;
   const AttrDesc* attrs = AllAttrs(&n);
-  for (int i = 0; i < n; ++i) {
-    s += ", ";
-    s += attrs[i].column;
-  }
+  for (int i = 0; i < n; ++i) s += ", " + from + attrs[i].column;
   return s;
 }
 
-const std::string& SelectList(bool withSecret) {
-  static const std::string with = BuildSelectList(true), without = BuildSelectList(false);
-  return withSecret ? with : without;
+const std::string& SelectList(bool withSecret, bool joined = false) {
+  static const std::string lists[4] = {BuildSelectList(false, ""), BuildSelectList(true, ""),
+                                       BuildSelectList(false, "t."), BuildSelectList(true, "t.")};
+  return lists[(joined ? 2 : 0) + (withSecret ? 1 : 0)];
+}
+
+bool IsBytes(const AttrDesc& d) { return d.kind == AttrKind::Blob || d.kind == AttrKind::Date; }
+
+int AttrIndex(const AttrDesc* d) {
+  int n = 0;
+  return int(d - AllAttrs(&n));
+}
+
+// Big-endian, so that the binding does not depend on the machine.
+void AppendBE(std::string* s, uint64_t v, int bytes) {
+  for (int i = bytes - 1; i >= 0; --i) *s += char((v >> (8 * i)) & 0xff);
 }
 
 int MapSqlite(int code) {
@@ -103,10 +122,42 @@ void Configure(sqlite3* db) {
 std::string HeaderDigestInput(const KeychainHeader& h) {
   std::string s = kFormat;
   s += '\0';
-  s += std::to_string(kSchemaVersion) + '\0' + h.uuid + "argon2id13" + '\0';
+  s += std::to_string(h.schema) + '\0' + h.uuid + "argon2id13" + '\0';
   s += std::to_string(h.kdf.opslimit) + '\0' + std::to_string(h.kdf.memlimit) + '\0';
   s += h.kdf.salt + h.wrappedKey;
+  // A damaged lock interval would lock the keychain at every use.
+  if (h.schema >= 2) s += '\0' + std::to_string(h.lockInterval) + '\0' + (h.lockOnSleep ? '1' : '0');
   return s;
+}
+
+std::string ItemBinding(const std::string& uuid, int schema, const ItemRow& row) {
+  std::string ad = schema >= 2 ? "item2" : "item";
+  ad += uuid;
+  AppendBE(&ad, row.itemClass, 4);
+  AppendBE(&ad, uint64_t(row.id), 8);
+  if (schema < 2) return ad;
+  // The identifying attributes as the store keeps them: absent is empty (or
+  // 0), and each value is length-prefixed so that no two sets of names
+  // serialise alike.
+  int n = 0;
+  const AttrDesc* attrs = AllAttrs(&n);
+  for (int i = 0; i < n; ++i) {
+    const AttrDesc& d = attrs[i];
+    if (!d.key || !FindAttr(row.itemClass, d.tag)) continue;
+    auto it = row.attrs.find(d.tag);
+    const std::string empty;
+    const std::string& v = it == row.attrs.end() ? empty : it->second;
+    AppendBE(&ad, d.tag, 4);
+    if (IsBytes(d)) {
+      AppendBE(&ad, v.size(), 4);
+      ad += v;
+    } else {
+      int64_t num = 0;
+      DecodeInteger(v.data(), uint32_t(v.size()), d.kind, &num);
+      AppendBE(&ad, uint64_t(num), 8);
+    }
+  }
+  return ad;
 }
 
 Store::~Store() {
@@ -144,7 +195,7 @@ int Store::Create(const std::string& path, const KeychainHeader& h) {
     if (rc == SQLITE_OK) {
       std::string check = Digest(HeaderDigestInput(h));
       sqlite3_bind_text(st, 1, kFormat, -1, SQLITE_STATIC);
-      sqlite3_bind_int(st, 2, kSchemaVersion);
+      sqlite3_bind_int(st, 2, h.schema);
       sqlite3_bind_blob(st, 3, h.uuid.data(), int(h.uuid.size()), SQLITE_TRANSIENT);
       sqlite3_bind_int64(st, 4, int64_t(h.kdf.opslimit));
       sqlite3_bind_int64(st, 5, int64_t(h.kdf.memlimit));
@@ -218,6 +269,7 @@ int Store::ReadHeader() {
     return errSecInvalidKeychain;
   }
   KeychainHeader h;
+  h.schema = int(schema);
   h.uuid = Column(st, 0);
   h.kdf.opslimit = uint64_t(sqlite3_column_int64(st, 1));
   h.kdf.memlimit = uint64_t(sqlite3_column_int64(st, 2));
@@ -228,10 +280,11 @@ int Store::ReadHeader() {
   h.lockOnSleep = sqlite3_column_int(st, 7) != 0;
   std::string kdf = Column(st, 8);
   sqlite3_reset(st);
-  if (kdf != "argon2id13" || h.uuid.size() != 16 || !KdfParamsAcceptable(h.kdf) ||
-      interval < 0 || interval > 0xffffffffLL || check != Digest(HeaderDigestInput(h)))
-    return errSecInvalidKeychain;
+  if (interval < 0 || interval > 0xffffffffLL) return errSecInvalidKeychain;
   h.lockInterval = uint32_t(interval);
+  if (kdf != "argon2id13" || h.uuid.size() != 16 || !KdfParamsAcceptable(h.kdf) ||
+      check != Digest(HeaderDigestInput(h)))
+    return errSecInvalidKeychain;
   header_ = h;
   return errSecSuccess;
 }
@@ -254,18 +307,52 @@ sqlite3_stmt* Store::Prepare(const std::string& sql) {
 
 int Store::Exec(const char* sql) { return sqlite3_exec(db_, sql, nullptr, nullptr, nullptr); }
 
-int Store::Fail(int rc) {
+int Store::Fail(int rc) { return Abort(MapSqlite(rc)); }
+
+int Store::Abort(int status) {
   Exec("ROLLBACK;");
-  return MapSqlite(rc);
+  return status;
+}
+
+// The schema as the file has it now, inside the caller's transaction: another
+// process may have upgraded the file since this one read its header.
+int Store::ReadSchema(int* schema) {
+  sqlite3_stmt* st = Prepare("SELECT schema FROM keychain WHERE id = 1");
+  if (!st) return errSecInvalidKeychain;
+  int rc = sqlite3_step(st);
+  int64_t v = rc == SQLITE_ROW ? sqlite3_column_int64(st, 0) : 0;
+  sqlite3_reset(st);
+  if (rc != SQLITE_ROW) return rc == SQLITE_DONE ? errSecInvalidKeychain : MapSqlite(rc);
+  if (v > kSchemaVersion) return errSecWrongSecVersion;
+  if (v < 1) return errSecInvalidKeychain;
+  if (v != header_.schema) {
+    int status = ReadHeader();
+    if (status != errSecSuccess) return status;
+  }
+  *schema = header_.schema;
+  return errSecSuccess;
+}
+
+int Store::WriteSecret(int64_t id, const std::string& sealed) {
+  sqlite3_stmt* up = Prepare("UPDATE items SET secret = ?1 WHERE id = ?2");
+  if (!up) return errSecInvalidKeychain;
+  sqlite3_bind_blob(up, 1, sealed.data(), int(sealed.size()), SQLITE_TRANSIENT);
+  sqlite3_bind_int64(up, 2, id);
+  int rc = sqlite3_step(up);
+  sqlite3_reset(up);
+  sqlite3_clear_bindings(up);
+  return rc == SQLITE_DONE ? errSecSuccess : MapSqlite(rc);
 }
 
 int Store::WriteKey(const KdfParams& kdf, const std::string& wrappedKey) {
+  int rc = Exec("BEGIN IMMEDIATE;");
+  if (rc != SQLITE_OK) return MapSqlite(rc);
+  int status = ReadHeader();  // the check covers the settings and schema as they are now
+  if (status != errSecSuccess) return Abort(status);
   KeychainHeader h = header_;
   h.kdf = kdf;
   h.wrappedKey = wrappedKey;
   std::string check = Digest(HeaderDigestInput(h));
-  int rc = Exec("BEGIN IMMEDIATE;");
-  if (rc != SQLITE_OK) return MapSqlite(rc);
   sqlite3_stmt* st = Prepare(
       "UPDATE keychain SET opslimit = ?1, memlimit = ?2, salt = ?3, wrapped_key = ?4, header_check = ?5"
       " WHERE id = 1");
@@ -285,15 +372,26 @@ int Store::WriteKey(const KdfParams& kdf, const std::string& wrappedKey) {
 }
 
 int Store::WriteSettings(uint32_t lockInterval, bool lockOnSleep) {
-  sqlite3_stmt* st = Prepare("UPDATE keychain SET lock_interval = ?1, lock_on_sleep = ?2 WHERE id = 1");
-  if (!st) return errSecInvalidKeychain;
+  int rc = Exec("BEGIN IMMEDIATE;");
+  if (rc != SQLITE_OK) return MapSqlite(rc);
+  int status = ReadHeader();
+  if (status != errSecSuccess) return Abort(status);
+  KeychainHeader h = header_;
+  h.lockInterval = lockInterval;
+  h.lockOnSleep = lockOnSleep;
+  std::string check = Digest(HeaderDigestInput(h));
+  sqlite3_stmt* st = Prepare(
+      "UPDATE keychain SET lock_interval = ?1, lock_on_sleep = ?2, header_check = ?3 WHERE id = 1");
+  if (!st) return Fail(SQLITE_ERROR);
   sqlite3_bind_int64(st, 1, lockInterval);
   sqlite3_bind_int(st, 2, lockOnSleep ? 1 : 0);
-  int rc = sqlite3_step(st);
+  sqlite3_bind_blob(st, 3, check.data(), int(check.size()), SQLITE_TRANSIENT);
+  rc = sqlite3_step(st);
   sqlite3_reset(st);
-  if (rc != SQLITE_DONE) return MapSqlite(rc);
-  header_.lockInterval = lockInterval;
-  header_.lockOnSleep = lockOnSleep;
+  if (rc != SQLITE_DONE) return Fail(rc);
+  rc = Exec("COMMIT;");
+  if (rc != SQLITE_OK) return Fail(rc);
+  header_ = h;
   return errSecSuccess;
 }
 
@@ -329,11 +427,21 @@ int Store::Bind(sqlite3_stmt* st, const ItemRow& row, int firstIndex) {
   return n;
 }
 
-void Store::ReadRow(sqlite3_stmt* st, bool withSecret, ItemRow* out) {
+// Reads one row, refusing what this code never writes: a class that is not
+// a password class, an identifying attribute that is missing, a value of
+// the wrong storage type.
+int Store::ReadRow(sqlite3_stmt* st, bool withSecret, ItemRow* out) {
+  if (sqlite3_column_type(st, 0) != SQLITE_INTEGER || sqlite3_column_type(st, 1) != SQLITE_INTEGER)
+    return errSecInvalidKeychain;
   out->id = sqlite3_column_int64(st, 0);
-  out->itemClass = uint32_t(sqlite3_column_int64(st, 1));
+  int64_t cls = sqlite3_column_int64(st, 1);
+  if (out->id <= 0 || cls < 0 || cls > 0xffffffffLL || !IsPasswordClass(uint32_t(cls)))
+    return errSecInvalidKeychain;
+  out->itemClass = uint32_t(cls);
+  int secretType = sqlite3_column_type(st, 2);
   if (withSecret) {
-    out->hasSecret = sqlite3_column_type(st, 2) != SQLITE_NULL;
+    if (secretType != SQLITE_NULL && secretType != SQLITE_BLOB) return errSecInvalidKeychain;
+    out->hasSecret = secretType != SQLITE_NULL;
     out->sealed = Column(st, 2);
   } else {
     out->hasSecret = sqlite3_column_int(st, 2) != 0;
@@ -343,16 +451,22 @@ void Store::ReadRow(sqlite3_stmt* st, bool withSecret, ItemRow* out) {
   const AttrDesc* attrs = AllAttrs(&n);
   for (int i = 0; i < n; ++i) {
     int col = 3 + i;
-    if (sqlite3_column_type(st, col) == SQLITE_NULL) continue;
+    int type = sqlite3_column_type(st, col);
+    if (type == SQLITE_NULL) {
+      if (attrs[i].key) return errSecInvalidKeychain;
+      continue;
+    }
+    if (type != (IsBytes(attrs[i]) ? SQLITE_BLOB : SQLITE_INTEGER)) return errSecInvalidKeychain;
     if (!FindAttr(out->itemClass, attrs[i].tag)) continue;
-    if (attrs[i].kind == AttrKind::Blob || attrs[i].kind == AttrKind::Date)
+    if (IsBytes(attrs[i]))
       out->attrs[attrs[i].tag] = Column(st, col);
     else
       out->attrs[attrs[i].tag] = EncodeUInt32(uint32_t(sqlite3_column_int64(st, col)));
   }
+  return errSecSuccess;
 }
 
-int Store::Insert(ItemRow* row, const SealFn& seal) {
+int Store::Insert(ItemRow* row, const SealFn* seal) {
   static const std::string kSql = [] {
     int n = 0;
     const AttrDesc* attrs = AllAttrs(&n);
@@ -365,6 +479,9 @@ int Store::Insert(ItemRow* row, const SealFn& seal) {
   }();
   int rc = Exec("BEGIN IMMEDIATE;");
   if (rc != SQLITE_OK) return MapSqlite(rc);
+  int schema = 0;
+  int status = ReadSchema(&schema);  // the secret is sealed for the file as it is now
+  if (status != errSecSuccess) return Abort(status);
   sqlite3_stmt* st = Prepare(kSql);
   if (!st) return Fail(SQLITE_ERROR);
   sqlite3_bind_int64(st, 1, row->itemClass);
@@ -373,30 +490,21 @@ int Store::Insert(ItemRow* row, const SealFn& seal) {
   sqlite3_reset(st);
   sqlite3_clear_bindings(st);
   if (rc != SQLITE_DONE) return Fail(rc);
-  int64_t id = sqlite3_last_insert_rowid(db_);
+  ItemRow stored = *row;
+  stored.id = sqlite3_last_insert_rowid(db_);
   if (seal) {
     std::string sealed;
-    int status = seal(id, &sealed);
-    if (status != errSecSuccess) {
-      Exec("ROLLBACK;");
-      return status;
-    }
-    sqlite3_stmt* up = Prepare("UPDATE items SET secret = ?1 WHERE id = ?2");
-    if (!up) return Fail(SQLITE_ERROR);
-    sqlite3_bind_blob(up, 1, sealed.data(), int(sealed.size()), SQLITE_TRANSIENT);
-    sqlite3_bind_int64(up, 2, id);
-    rc = sqlite3_step(up);
-    sqlite3_reset(up);
-    sqlite3_clear_bindings(up);
-    if (rc != SQLITE_DONE) return Fail(rc);
+    status = (*seal)(Binding(stored), &sealed);
+    if (status == errSecSuccess) status = WriteSecret(stored.id, sealed);
+    if (status != errSecSuccess) return Abort(status);
   }
   rc = Exec("COMMIT;");
   if (rc != SQLITE_OK) return Fail(rc);
-  row->id = id;
+  row->id = stored.id;
   return errSecSuccess;
 }
 
-int Store::Update(const ItemRow& row, const SealFn* seal) {
+int Store::Update(const ItemRow& row, const SealFn* seal, const ResealFn& reseal) {
   static const std::string kSql = [] {
     int n = 0;
     const AttrDesc* attrs = AllAttrs(&n);
@@ -409,6 +517,13 @@ int Store::Update(const ItemRow& row, const SealFn* seal) {
   }();
   int rc = Exec("BEGIN IMMEDIATE;");
   if (rc != SQLITE_OK) return MapSqlite(rc);
+  int schema = 0;
+  int status = ReadSchema(&schema);
+  // The row as stored now: its binding is what its secret opens under.
+  ItemRow stored;
+  if (status == errSecSuccess) status = Get(row.id, true, &stored);
+  if (status == errSecSuccess && stored.itemClass != row.itemClass) status = errSecInvalidItemRef;
+  if (status != errSecSuccess) return Abort(status);
   sqlite3_stmt* st = Prepare(kSql);
   if (!st) return Fail(SQLITE_ERROR);
   sqlite3_bind_int64(st, 1, row.id);
@@ -417,26 +532,20 @@ int Store::Update(const ItemRow& row, const SealFn* seal) {
   sqlite3_reset(st);
   sqlite3_clear_bindings(st);
   if (rc != SQLITE_DONE) return Fail(rc);
-  if (sqlite3_changes(db_) == 0) {
-    Exec("ROLLBACK;");
-    return errSecInvalidItemRef;
-  }
+  std::string sealed;
+  bool write = false;
   if (seal) {
-    std::string sealed;
-    int status = (*seal)(row.id, &sealed);
-    if (status != errSecSuccess) {
-      Exec("ROLLBACK;");
-      return status;
+    status = (*seal)(Binding(row), &sealed);
+    write = true;
+  } else if (stored.hasSecret) {
+    std::string oldAd = Binding(stored), newAd = Binding(row);
+    if (oldAd != newAd) {
+      status = reseal(stored.sealed, oldAd, newAd, &sealed);
+      write = true;
     }
-    sqlite3_stmt* up = Prepare("UPDATE items SET secret = ?1 WHERE id = ?2");
-    if (!up) return Fail(SQLITE_ERROR);
-    sqlite3_bind_blob(up, 1, sealed.data(), int(sealed.size()), SQLITE_TRANSIENT);
-    sqlite3_bind_int64(up, 2, row.id);
-    rc = sqlite3_step(up);
-    sqlite3_reset(up);
-    sqlite3_clear_bindings(up);
-    if (rc != SQLITE_DONE) return Fail(rc);
   }
+  if (status == errSecSuccess && write) status = WriteSecret(row.id, sealed);
+  if (status != errSecSuccess) return Abort(status);
   rc = Exec("COMMIT;");
   if (rc != SQLITE_OK) return Fail(rc);
   return errSecSuccess;
@@ -457,31 +566,48 @@ int Store::Get(int64_t id, bool withSecret, ItemRow* out) {
   if (!st) return errSecInvalidKeychain;
   sqlite3_bind_int64(st, 1, id);
   int rc = sqlite3_step(st);
-  if (rc == SQLITE_ROW) ReadRow(st, withSecret, out);
+  int status = errSecSuccess;
+  if (rc == SQLITE_ROW) {
+    status = ReadRow(st, withSecret, out);
+    if (status == errSecSuccess && out->id != id) status = errSecInvalidKeychain;
+  } else {
+    status = rc == SQLITE_DONE ? errSecInvalidItemRef : MapSqlite(rc);
+  }
   sqlite3_reset(st);
-  if (rc == SQLITE_ROW) return errSecSuccess;
-  if (rc == SQLITE_DONE) return errSecInvalidItemRef;
-  return MapSqlite(rc);
+  return status;
 }
 
 int Store::Find(uint32_t itemClass, const std::vector<Filter>& filters, int64_t afterId, int limit,
-                bool withSecret, std::vector<ItemRow>* out) {
+                bool withSecret, FoundRows* out) {
   // The class is written into the text (not bound) so that SQLite can use the
   // partial unique indexes; statements are cached by their text.
   //
-  // A walk goes on in batches after the last id it delivered. Through an
+  // A walk goes on in batches after the last id it read. Through an
   // attribute index each later batch would collect and sort every match again
   // (a walk of N matches would cost N * N / batch), so later batches follow
   // the ids instead and stop at the batch's last match: a whole walk then
   // reads each row at most once. A first batch still uses the index, so a
   // selective filter (a find, a narrow search) stays a short index probe.
+  //
+  // A walk without filters leaves the class to the code below: a row whose
+  // class was damaged is then reported, not silently passed over.
+  //
+  // Through an index SQLite hands back the index's own copies of the indexed
+  // columns, so a damaged entry would pass for the row it names. The first
+  // batch therefore reads the row again from the table, by its id (t), and
+  // the check below compares the table's values; a row the entry names but
+  // the table lacks comes back as NULLs and is refused.
   const bool followIds = afterId > 0 && !filters.empty();
-  std::string sql = "SELECT " + SelectList(withSecret) + " FROM items" +
-                    (followIds ? " NOT INDEXED" : "") + " WHERE id > ?1";
-  if (itemClass != kClassAnyRecord) sql += " AND class = " + std::to_string(itemClass);
+  const bool viaIndex = afterId == 0 && !filters.empty();
+  const bool classInSql = itemClass != kClassAnyRecord && !filters.empty();
+  const std::string q = viaIndex ? "i." : "";
+  std::string sql = "SELECT " + SelectList(withSecret, viaIndex) + " FROM items" +
+                    (viaIndex ? " AS i LEFT JOIN items AS t ON t.id = i.id" : "") +
+                    (followIds ? " NOT INDEXED" : "") + " WHERE " + q + "id > ?1";
+  if (classInSql) sql += " AND " + q + "class = " + std::to_string(itemClass);
   for (size_t i = 0; i < filters.size(); ++i)
-    sql += std::string(" AND ") + filters[i].attr->column + " = ?" + std::to_string(i + 3);
-  sql += " ORDER BY id LIMIT ?2";
+    sql += " AND " + q + filters[i].attr->column + " = ?" + std::to_string(i + 3);
+  sql += " ORDER BY " + q + "id LIMIT ?2";
   sqlite3_stmt* st = Prepare(sql);
   if (!st) return errSecInvalidKeychain;
   sqlite3_bind_int64(st, 1, afterId);
@@ -489,19 +615,91 @@ int Store::Find(uint32_t itemClass, const std::vector<Filter>& filters, int64_t 
   for (size_t i = 0; i < filters.size(); ++i) {
     const Filter& f = filters[i];
     int idx = int(i) + 3;
-    if (f.attr->kind == AttrKind::Blob || f.attr->kind == AttrKind::Date)
+    if (IsBytes(*f.attr))
       sqlite3_bind_blob(st, idx, f.bytes.data(), int(f.bytes.size()), SQLITE_TRANSIENT);
     else
       sqlite3_bind_int64(st, idx, f.number);
   }
-  int rc;
-  while ((rc = sqlite3_step(st)) == SQLITE_ROW) {
-    out->emplace_back();
-    ReadRow(st, withSecret, &out->back());
+  out->scanned = 0;
+  out->lastId = afterId;
+  int status = errSecSuccess;
+  int rc = SQLITE_DONE;
+  while (status == errSecSuccess && (rc = sqlite3_step(st)) == SQLITE_ROW) {
+    ItemRow row;
+    status = ReadRow(st, withSecret, &row);
+    // Rows come in id order, each once: anything else is a damaged B-tree.
+    if (status == errSecSuccess && row.id <= out->lastId) status = errSecInvalidKeychain;
+    if (status != errSecSuccess) break;
+    ++out->scanned;
+    out->lastId = row.id;
+    if (itemClass != kClassAnyRecord && row.itemClass != itemClass) {
+      if (classInSql) status = errSecInvalidKeychain;
+      continue;
+    }
+    // What an index handed back must be what was asked for.
+    for (const Filter& f : filters) {
+      int col = 3 + AttrIndex(f.attr);
+      bool same = IsBytes(*f.attr)
+                      ? sqlite3_column_type(st, col) == SQLITE_BLOB && Column(st, col) == f.bytes
+                      : sqlite3_column_type(st, col) == SQLITE_INTEGER &&
+                            sqlite3_column_int64(st, col) == f.number;
+      if (!same) status = errSecInvalidKeychain;
+    }
+    if (status == errSecSuccess) out->rows.push_back(std::move(row));
   }
+  if (status == errSecSuccess && rc != SQLITE_DONE) status = MapSqlite(rc);
   sqlite3_reset(st);
   sqlite3_clear_bindings(st);
-  return rc == SQLITE_DONE ? errSecSuccess : MapSqlite(rc);
+  return status;
+}
+
+int Store::UpgradeBinding(const ResealFn& reseal) {
+  if (header_.schema >= kSchemaVersion) return errSecSuccess;
+  int rc = Exec("BEGIN IMMEDIATE;");
+  if (rc != SQLITE_OK) return MapSqlite(rc);
+  int status = ReadHeader();  // another process may have done it already
+  if (status != errSecSuccess) return Abort(status);
+  if (header_.schema >= kSchemaVersion) return Abort(errSecSuccess);
+  const std::string uuid = header_.uuid;
+  sqlite3_stmt* st = Prepare("SELECT " + SelectList(true) + " FROM items WHERE id > ?1 ORDER BY id LIMIT 256");
+  if (!st) return Fail(SQLITE_ERROR);
+  // In batches, with the reading statement reset before the rows are written.
+  for (int64_t after = 0;;) {
+    std::vector<ItemRow> rows;
+    sqlite3_bind_int64(st, 1, after);
+    while (status == errSecSuccess && (rc = sqlite3_step(st)) == SQLITE_ROW) {
+      rows.emplace_back();
+      status = ReadRow(st, true, &rows.back());
+      if (status == errSecSuccess && rows.back().id <= after) status = errSecInvalidKeychain;
+      after = rows.back().id;
+    }
+    if (status == errSecSuccess && rc != SQLITE_DONE) status = MapSqlite(rc);
+    sqlite3_reset(st);
+    if (status != errSecSuccess) return Abort(status);
+    for (const ItemRow& row : rows) {
+      if (!row.hasSecret) continue;
+      std::string sealed;
+      status = reseal(row.sealed, ItemBinding(uuid, 1, row), ItemBinding(uuid, kSchemaVersion, row), &sealed);
+      if (status == errSecDecode) continue;  // already damaged; it keeps failing under any binding
+      if (status == errSecSuccess) status = WriteSecret(row.id, sealed);
+      if (status != errSecSuccess) return Abort(status);
+    }
+    if (rows.size() < 256) break;
+  }
+  KeychainHeader h = header_;
+  h.schema = kSchemaVersion;
+  std::string check = Digest(HeaderDigestInput(h));
+  sqlite3_stmt* up = Prepare("UPDATE keychain SET schema = ?1, header_check = ?2 WHERE id = 1");
+  if (!up) return Fail(SQLITE_ERROR);
+  sqlite3_bind_int(up, 1, h.schema);
+  sqlite3_bind_blob(up, 2, check.data(), int(check.size()), SQLITE_TRANSIENT);
+  rc = sqlite3_step(up);
+  sqlite3_reset(up);
+  if (rc != SQLITE_DONE) return Fail(rc);
+  rc = Exec("COMMIT;");
+  if (rc != SQLITE_OK) return Fail(rc);
+  header_ = h;
+  return errSecSuccess;
 }
 
 }  // namespace secimpl
