@@ -59,24 +59,25 @@ OSStatus OpenSecret(SecKeychainRef kc, const ItemRow& row, SecureBytes* out) {
   ScratchKey scratch;
   SecretKey& key = scratch.get();
   if (!key.ok()) return errSecAllocate;
-  KeychainHeader h;
-  OSStatus status = ObtainKey(kc, &key, &h);
+  std::string uuid;
+  int known = 0;
+  OSStatus status = ObtainKey(kc, &key, &uuid, &known);
   if (status != errSecSuccess) return status;
   // A ciphertext that belongs to another row, or is shown under other names
   // than it was sealed with, fails here.
-  if (Unseal(key, row.sealed, ItemBinding(h.uuid, h.schema, row), out)) return errSecSuccess;
+  if (Unseal(key, row.sealed, ItemBinding(uuid, known, row), out)) return errSecSuccess;
   // The file may have been upgraded, or the secret replaced, since the row
   // was read: one more try with both read afresh, under the same names.
   ItemRow fresh;
-  int schema = h.schema;
+  int schema = known;
   status = WithStore(kc, [&](Store& store) -> OSStatus {
     OSStatus s = store.ReadHeader();
     schema = store.header().schema;
     return s == errSecSuccess ? store.Get(row.id, true, &fresh) : s;
   });
   if (status != errSecSuccess && status != errSecInvalidItemRef) return status;
-  if (status == errSecSuccess && fresh.hasSecret && (fresh.sealed != row.sealed || schema != h.schema) &&
-      Unseal(key, fresh.sealed, ItemBinding(h.uuid, schema, row), out))
+  if (status == errSecSuccess && fresh.hasSecret && (fresh.sealed != row.sealed || schema != known) &&
+      Unseal(key, fresh.sealed, ItemBinding(uuid, schema, row), out))
     return errSecSuccess;
   // errSecDecode, as Apple names data that cannot be decoded: this one item
   // is damaged or moved; the keychain itself still reads.

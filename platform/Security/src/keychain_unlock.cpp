@@ -53,11 +53,12 @@ bool KeychainIsUnlocked(SecKeychainRef kc) {
   return unlocked || OpenLoginKeychainQuietly(kc);
 }
 
-OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, KeychainHeader* header) {
+OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid, int* schema) {
   bool have = false;
   OSStatus status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
-    if (header) *header = store.header();
+    if (uuid) *uuid = store.header().uuid;
+    if (schema) *schema = store.header().schema;
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;
@@ -73,7 +74,8 @@ OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, KeychainHeader* header) {
   }
   status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
-    if (header) *header = store.header();
+    if (uuid) *uuid = store.header().uuid;
+    if (schema) *schema = store.header().schema;
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;

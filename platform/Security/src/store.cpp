@@ -76,6 +76,12 @@ const std::string& SelectList(bool withSecret, bool joined = false) {
   return lists[(joined ? 2 : 0) + (withSecret ? 1 : 0)];
 }
 
+bool SameBytes(sqlite3_stmt* st, int col, const std::string& want) {
+  const void* p = sqlite3_column_blob(st, col);
+  size_t n = size_t(sqlite3_column_bytes(st, col));
+  return n == want.size() && (n == 0 || memcmp(p, want.data(), n) == 0);
+}
+
 bool IsBytes(const AttrDesc& d) { return d.kind == AttrKind::Blob || d.kind == AttrKind::Date; }
 
 int AttrIndex(const AttrDesc* d) {
@@ -139,11 +145,12 @@ std::string ItemBinding(const std::string& uuid, int schema, const ItemRow& row)
   // The identifying attributes as the store keeps them: absent is empty (or
   // 0), and each value is length-prefixed so that no two sets of names
   // serialise alike.
+  const bool internet = row.itemClass == kClassInternetPassword;
   int n = 0;
   const AttrDesc* attrs = AllAttrs(&n);
   for (int i = 0; i < n; ++i) {
     const AttrDesc& d = attrs[i];
-    if (!d.key || !FindAttr(row.itemClass, d.tag)) continue;
+    if (!d.key || !(internet ? d.inet : d.genp)) continue;
     auto it = row.attrs.find(d.tag);
     const std::string empty;
     const std::string& v = it == row.attrs.end() ? empty : it->second;
@@ -314,23 +321,17 @@ int Store::Abort(int status) {
   return status;
 }
 
-// The schema as the file has it now, inside the caller's transaction: another
-// process may have upgraded the file since this one read its header.
-int Store::ReadSchema(int* schema) {
+// Brings the cached header up to the file's schema, inside the caller's
+// transaction: another process may have upgraded the file since this one
+// read its header, and what is sealed now must follow the file.
+int Store::RefreshSchema() {
   sqlite3_stmt* st = Prepare("SELECT schema FROM keychain WHERE id = 1");
   if (!st) return errSecInvalidKeychain;
   int rc = sqlite3_step(st);
   int64_t v = rc == SQLITE_ROW ? sqlite3_column_int64(st, 0) : 0;
   sqlite3_reset(st);
   if (rc != SQLITE_ROW) return rc == SQLITE_DONE ? errSecInvalidKeychain : MapSqlite(rc);
-  if (v > kSchemaVersion) return errSecWrongSecVersion;
-  if (v < 1) return errSecInvalidKeychain;
-  if (v != header_.schema) {
-    int status = ReadHeader();
-    if (status != errSecSuccess) return status;
-  }
-  *schema = header_.schema;
-  return errSecSuccess;
+  return v == header_.schema ? errSecSuccess : ReadHeader();
 }
 
 int Store::WriteSecret(int64_t id, const std::string& sealed) {
@@ -479,8 +480,7 @@ int Store::Insert(ItemRow* row, const SealFn* seal) {
   }();
   int rc = Exec("BEGIN IMMEDIATE;");
   if (rc != SQLITE_OK) return MapSqlite(rc);
-  int schema = 0;
-  int status = ReadSchema(&schema);  // the secret is sealed for the file as it is now
+  int status = RefreshSchema();
   if (status != errSecSuccess) return Abort(status);
   sqlite3_stmt* st = Prepare(kSql);
   if (!st) return Fail(SQLITE_ERROR);
@@ -517,8 +517,7 @@ int Store::Update(const ItemRow& row, const SealFn* seal, const ResealFn& reseal
   }();
   int rc = Exec("BEGIN IMMEDIATE;");
   if (rc != SQLITE_OK) return MapSqlite(rc);
-  int schema = 0;
-  int status = ReadSchema(&schema);
+  int status = RefreshSchema();
   // The row as stored now: its binding is what its secret opens under.
   ItemRow stored;
   if (status == errSecSuccess) status = Get(row.id, true, &stored);
@@ -639,10 +638,9 @@ int Store::Find(uint32_t itemClass, const std::vector<Filter>& filters, int64_t 
     // What an index handed back must be what was asked for.
     for (const Filter& f : filters) {
       int col = 3 + AttrIndex(f.attr);
-      bool same = IsBytes(*f.attr)
-                      ? sqlite3_column_type(st, col) == SQLITE_BLOB && Column(st, col) == f.bytes
-                      : sqlite3_column_type(st, col) == SQLITE_INTEGER &&
-                            sqlite3_column_int64(st, col) == f.number;
+      bool same = IsBytes(*f.attr) ? sqlite3_column_type(st, col) == SQLITE_BLOB && SameBytes(st, col, f.bytes)
+                                   : sqlite3_column_type(st, col) == SQLITE_INTEGER &&
+                                         sqlite3_column_int64(st, col) == f.number;
       if (!same) status = errSecInvalidKeychain;
     }
     if (status == errSecSuccess) out->rows.push_back(std::move(row));

@@ -116,7 +116,7 @@ class Store {
   int Exec(const char* sql);
   int Bind(sqlite3_stmt* st, const ItemRow& row, int firstIndex);
   int ReadRow(sqlite3_stmt* st, bool withSecret, ItemRow* out);
-  int ReadSchema(int* schema);
+  int RefreshSchema();
   int WriteSecret(int64_t id, const std::string& sealed);
   int Fail(int sqliteCode);
   int Abort(int status);

@@ -79,7 +79,7 @@ TEST_F(KeychainDamage, ZeroedItemLeafIsReportedByFindsListingsAndSearches) {
 TEST_F(KeychainDamage, RandomPageDamageNeverLosesOrMisattributesAnItem) {
   const char* copiesEnv = getenv("KEYCHAIN_DAMAGE_COPIES");
   const char* seedEnv = getenv("KEYCHAIN_DAMAGE_SEED");
-  const int copies = copiesEnv ? atoi(copiesEnv) : 60;
+  const int copies = copiesEnv ? atoi(copiesEnv) : 500;
   const unsigned seed = seedEnv ? unsigned(strtoul(seedEnv, nullptr, 10)) : 20261123u;
   const std::vector<StoredItem> items = MakeItems(80, 16);
   const std::string pristine = ReadFile(Build("pristine.keychain", items));
