@@ -229,7 +229,16 @@ TEST_F(KeychainDamage, RenamedItemsKeepTheirSecretsUnderTheirNewNames) {
 // and what may be in the damaged one is never reported absent.
 TEST_F(KeychainDamage, DamagedKeychainInASearchListHidesNothingElse) {
   const std::vector<StoredItem> lost = MakeItems(80, 0);
-  const std::string damagedPath = Build("damaged.keychain", lost);
+  SecKeychainRef building = Create("damaged.keychain");
+  for (const StoredItem& i : lost) ASSERT_EQ(AddItem(building, i), errSecSuccess);
+  SecKeychainItemRef lostItem = nullptr;
+  ASSERT_EQ(SecKeychainFindGenericPassword(building, 3, "svc", 9, "account-5", nullptr, nullptr, &lostItem),
+            errSecSuccess);
+  CFDataRef lostRef = nullptr;
+  ASSERT_EQ(SecKeychainItemCreatePersistentReference(lostItem, &lostRef), errSecSuccess);
+  CFRelease(lostItem);
+  CFRelease(building);
+  const std::string damagedPath = PathIn("damaged.keychain");
   std::vector<uint32_t> leaves = LeafPages(damagedPath, RootPage(damagedPath, "items"));
   ASSERT_GE(leaves.size(), 2u);
   for (uint32_t leaf : leaves) ASSERT_TRUE(OverwritePage(damagedPath, leaf, std::string(PageSize(damagedPath), '\0')));
@@ -244,11 +253,19 @@ TEST_F(KeychainDamage, DamagedKeychainInASearchListHidesNothingElse) {
   EXPECT_EQ(SecretOf(list, kept, &status), kept.secret);
   SecretOf(list, lost[5], &status);
   EXPECT_EQ(status, errSecInvalidKeychain) << "an item of the damaged keychain";
+  SecKeychainItemRef item = nullptr;
+  EXPECT_EQ(SecKeychainItemCopyFromPersistentReference(lostRef, &item), errSecInvalidKeychain);
+  CFMutableDictionaryRef byRef = CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                           &kCFTypeDictionaryValueCallBacks);
+  CFDictionarySetValue(byRef, kSecValuePersistentRef, lostRef);
+  CFTypeRef result = nullptr;
+  EXPECT_EQ(SecItemCopyMatching(byRef, &result), errSecInvalidKeychain);
+  CFRelease(byRef);
+  CFRelease(lostRef);
 
   // A search delivers the sound keychain's item, then says the walk was not whole.
   SecKeychainSearchRef search = nullptr;
   ASSERT_EQ(SecKeychainSearchCreateFromAttributes(list, kSecGenericPasswordItemClass, nullptr, &search), errSecSuccess);
-  SecKeychainItemRef item = nullptr;
   std::vector<std::string> accounts;
   while ((status = SecKeychainSearchCopyNext(search, &item)) == errSecSuccess) {
     std::string account;
@@ -267,7 +284,6 @@ TEST_F(KeychainDamage, DamagedKeychainInASearchListHidesNothingElse) {
   CFDictionarySetValue(q, kSecClass, kSecClassGenericPassword);
   CFDictionarySetValue(q, kSecMatchSearchList, list);
   CFDictionarySetValue(q, kSecAttrService, CFSTR("other"));
-  CFTypeRef result = nullptr;
   EXPECT_EQ(SecItemCopyMatching(q, &result), errSecSuccess);
   if (result) CFRelease(result);
   result = nullptr;

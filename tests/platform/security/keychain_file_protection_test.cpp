@@ -122,6 +122,13 @@ TEST_F(KeychainFile, WrongPasswordAndDamagedHeaderAreToldApart) {
   ASSERT_EQ(SecKeychainOpen(PathIn("h.keychain").c_str(), &kc), errSecSuccess);
   EXPECT_EQ(SecKeychainUnlock(kc, 5, "right", true), errSecInvalidKeychain);
   CFRelease(kc);
+  // So is a changed lock interval, which would lock the keychain at every use.
+  kc = Create("s.keychain", "right");
+  CFRelease(kc);
+  Tamper(PathIn("s.keychain"), "UPDATE keychain SET lock_interval = 0");
+  ASSERT_EQ(SecKeychainOpen(PathIn("s.keychain").c_str(), &kc), errSecSuccess);
+  EXPECT_EQ(SecKeychainUnlock(kc, 5, "right", true), errSecInvalidKeychain);
+  CFRelease(kc);
 }
 
 TEST_F(KeychainFile, CiphertextMovedToAnotherItemIsNeverReturned) {
