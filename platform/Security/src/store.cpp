@@ -659,7 +659,9 @@ int Store::UpgradeBinding(const ResealFn& reseal) {
   if (status != errSecSuccess) return Abort(status);
   if (header_.schema >= kSchemaVersion) return Abort(errSecSuccess);
   const std::string uuid = header_.uuid;
-  sqlite3_stmt* st = Prepare("SELECT " + SelectList(true) + " FROM items WHERE id > ?1 ORDER BY id LIMIT 256");
+  constexpr int kUpgradeBatch = 32;
+  sqlite3_stmt* st = Prepare("SELECT " + SelectList(true) + " FROM items WHERE id > ?1 ORDER BY id LIMIT " +
+                             std::to_string(kUpgradeBatch));
   if (!st) return Fail(SQLITE_ERROR);
   // In batches, with the reading statement reset before the rows are written.
   for (int64_t after = 0;;) {
@@ -682,7 +684,7 @@ int Store::UpgradeBinding(const ResealFn& reseal) {
       if (status == errSecSuccess) status = WriteSecret(row.id, sealed);
       if (status != errSecSuccess) return Abort(status);
     }
-    if (rows.size() < 256) break;
+    if (rows.size() < size_t(kUpgradeBatch)) break;
   }
   KeychainHeader h = header_;
   h.schema = kSchemaVersion;

@@ -117,6 +117,28 @@ TEST_F(KeychainUpgrade, LandedFormatReadsAsBeforeAndIsUpgradedOnFirstUnlock) {
   CFRelease(kc);
 }
 
+// One secret that no longer opens is reported, and holds back neither the
+// upgrade nor any other item.
+TEST_F(KeychainUpgrade, DamagedSecretStaysDamagedAndTheRestIsUpgraded) {
+  const std::string path = CopyOfLanded("damaged.keychain");
+  Tamper(path,
+         "UPDATE items SET secret = CAST(substr(secret, 1, 30) || "
+         "CASE WHEN substr(secret, 31, 1) = x'00' THEN x'01' ELSE x'00' END || substr(secret, 32) AS BLOB)"
+         " WHERE a_acct = CAST('account-7' AS BLOB)");
+  SecKeychainRef kc = nullptr;
+  ASSERT_EQ(SecKeychainOpen(path.c_str(), &kc), errSecSuccess);
+  ASSERT_EQ(SecKeychainUnlock(kc, 6, "landed", true), errSecSuccess);
+  EXPECT_EQ(QueryInt(path, "SELECT schema FROM keychain"), 2);
+  OSStatus status = 0;
+  FindSecret(kc, "service-3", "account-7", &status);
+  EXPECT_EQ(status, errSecDecode);
+  for (const StoredItem& i : LandedGeneric()) {
+    if (i.account == "account-7") continue;
+    EXPECT_EQ(FindSecret(kc, i.service, i.account), i.secret) << i.account;
+  }
+  CFRelease(kc);
+}
+
 // A child unlocks a copy and is killed by a timer at a random moment of the
 // unlock and upgrade; whatever the moment, the copy opens afterwards with
 // every item, and the next unlock finishes the upgrade.
