@@ -453,10 +453,7 @@ int Store::ReadRow(sqlite3_stmt* st, bool withSecret, ItemRow* out) {
   for (int i = 0; i < n; ++i) {
     int col = 3 + i;
     int type = sqlite3_column_type(st, col);
-    if (type == SQLITE_NULL) {
-      if (attrs[i].key) return errSecInvalidKeychain;
-      continue;
-    }
+    if (type == SQLITE_NULL && !attrs[i].key) continue;
     if (type != (IsBytes(attrs[i]) ? SQLITE_BLOB : SQLITE_INTEGER)) return errSecInvalidKeychain;
     if (!FindAttr(out->itemClass, attrs[i].tag)) continue;
     if (IsBytes(attrs[i]))
@@ -568,7 +565,6 @@ int Store::Get(int64_t id, bool withSecret, ItemRow* out) {
   int status = errSecSuccess;
   if (rc == SQLITE_ROW) {
     status = ReadRow(st, withSecret, out);
-    if (status == errSecSuccess && out->id != id) status = errSecInvalidKeychain;
   } else {
     status = rc == SQLITE_DONE ? errSecInvalidItemRef : MapSqlite(rc);
   }
@@ -632,7 +628,7 @@ int Store::Find(uint32_t itemClass, const std::vector<Filter>& filters, int64_t 
     ++out->scanned;
     out->lastId = row.id;
     if (itemClass != kClassAnyRecord && row.itemClass != itemClass) {
-      if (classInSql) status = errSecInvalidKeychain;
+      if (viaIndex) status = errSecInvalidKeychain;  // an index entry naming a row of another class
       continue;
     }
     // What an index handed back must be what was asked for.

@@ -121,6 +121,45 @@ TEST_F(KeychainDamage, RandomPageDamageNeverLosesOrMisattributesAnItem) {
   EXPECT_GT(reported, 0);
 }
 
+// An interior page of the item table that names one leaf twice: the walk
+// sees rows again (and loses the other leaf's), and finds of the lost rows
+// land on a page that lacks them.
+TEST_F(KeychainDamage, ItemPageNamedTwiceIsReported) {
+  const std::vector<StoredItem> items = MakeItems(80, 16);
+  const std::string path = Build("twice.keychain", items);
+  const uint32_t root = RootPage(path, "items");
+  std::string page = ReadFile(path).substr((root - 1) * PageSize(path), PageSize(path));
+  ASSERT_EQ(page[0], char(0x05)) << "the item table spans several pages";
+  const size_t first = (uint8_t(page[12]) << 8) | uint8_t(page[13]), second = (uint8_t(page[14]) << 8) | uint8_t(page[15]);
+  page.replace(second, 4, page.substr(first, 4));  // the second child is now the first one
+  ASSERT_TRUE(OverwritePage(path, root, page));
+  SecKeychainRef kc = Reopen(path);
+  Readback r = ReadEverything(kc, items);
+  EXPECT_EQ(r.wrong, "");
+  EXPECT_GT(r.damagedFinds, 0);
+  EXPECT_EQ(r.listing, Outcome::Damage);
+  EXPECT_EQ(r.search, Outcome::Damage);
+  CFRelease(kc);
+}
+
+// Rows this code never writes (a class it does not store, a name stored as
+// text) end a listing with a status instead of dropping out of it.
+TEST_F(KeychainDamage, RowsOfAnUnknownClassOrTypeAreReportedByWalks) {
+  for (const char* damage : {"UPDATE items SET class = 7 WHERE a_acct = CAST('account-2' AS BLOB)",
+                             "UPDATE items SET a_acct = 'account-4' WHERE a_acct = CAST('account-4' AS BLOB)"}) {
+    const std::vector<StoredItem> items = MakeItems(10, 2);
+    const std::string path = Build("rows.keychain", items);
+    Tamper(path, damage);
+    SecKeychainRef kc = Reopen(path);
+    Readback whole = ReadEverything(kc, items);
+    EXPECT_EQ(whole.listing, Outcome::Damage) << damage;
+    EXPECT_EQ(whole.search, Outcome::Damage) << damage;
+    CFRelease(kc);
+    SecKeychainLockAll();
+    for (const char* suffix : {"", "-wal", "-shm"}) unlink((path + suffix).c_str());
+  }
+}
+
 TEST_F(KeychainDamage, NamesSwappedBetweenRowsNeverHandOverTheOtherSecret) {
   const std::vector<StoredItem> items = MakeItems(10, 0);
   const std::string path = Build("swap.keychain", items);
