@@ -60,27 +60,24 @@ OSStatus OpenSecret(SecKeychainRef kc, const ItemRow& row, SecureBytes* out) {
   SecretKey& key = scratch.get();
   if (!key.ok()) return errSecAllocate;
   std::string uuid;
-  int known = 0;
-  OSStatus status = ObtainKey(kc, &key, &uuid, &known);
+  OSStatus status = ObtainKey(kc, &key, &uuid);
   if (status != errSecSuccess) return status;
   // A ciphertext that belongs to another row, or is shown under other names
   // than it was sealed with, fails here.
-  if (Unseal(key, row.sealed, ItemBinding(uuid, known, row), out)) return errSecSuccess;
-  // The file may have been upgraded, or the secret replaced, since the row
-  // was read: one more try with both read afresh, under the same names.
-  ItemRow fresh;
-  int schema = known;
+  if (Unseal(key, row.sealed, ItemBinding(uuid, row.schema, row), out)) return errSecSuccess;
+  // Another process may have upgraded the file since this one read its
+  // header: then the row is in the new binding, and one more try under it
+  // tells an upgrade from damage.
+  int schema = row.schema;
   status = WithStore(kc, [&](Store& store) -> OSStatus {
     OSStatus s = store.ReadHeader();
     schema = store.header().schema;
-    return s == errSecSuccess ? store.Get(row.id, true, &fresh) : s;
+    return s;
   });
-  if (status != errSecSuccess && status != errSecInvalidItemRef) return status;
-  if (status == errSecSuccess && fresh.hasSecret && (fresh.sealed != row.sealed || schema != known) &&
-      Unseal(key, fresh.sealed, ItemBinding(uuid, schema, row), out))
-    return errSecSuccess;
-  // errSecDecode, as Apple names data that cannot be decoded: this one item
-  // is damaged or moved; the keychain itself still reads.
+  if (status != errSecSuccess) return status;
+  if (schema != row.schema && Unseal(key, row.sealed, ItemBinding(uuid, schema, row), out)) return errSecSuccess;
+  // errSecDecode, as Apple names data that cannot be decoded: this item is
+  // damaged or moved; the keychain itself still reads.
   return errSecDecode;
 }
 

@@ -31,9 +31,8 @@ OSStatus UnlockWithPassword(SecKeychainRef kc, const void* password, size_t leng
 bool KeychainIsUnlocked(SecKeychainRef kc);
 // The keychain key for reading or writing secrets; asks the user when the
 // keychain is locked and interaction is allowed.
-// When `uuid` and `schema` are given they receive the file's identity and
-// schema, which a secret's binding names.
-OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid = nullptr, int* schema = nullptr);
+// When `uuid` is given it receives the file's identity.
+OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid = nullptr);
 void LockKeychain(SecKeychainRef kc);
 
 // Re-seals with `key`: the form the store asks for.

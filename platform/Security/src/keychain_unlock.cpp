@@ -53,12 +53,11 @@ bool KeychainIsUnlocked(SecKeychainRef kc) {
   return unlocked || OpenLoginKeychainQuietly(kc);
 }
 
-OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid, int* schema) {
+OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid) {
   bool have = false;
   OSStatus status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
     if (uuid) *uuid = store.header().uuid;
-    if (schema) *schema = store.header().schema;
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;
@@ -75,7 +74,6 @@ OSStatus ObtainKey(SecKeychainRef kc, SecretKey* key, std::string* uuid, int* sc
   status = WithStore(kc, [&](Store& store) -> OSStatus {
     have = UseKey(KeychainPath(kc), store.header().uuid, store.header().lockInterval, key);
     if (uuid) *uuid = store.header().uuid;
-    if (schema) *schema = store.header().schema;
     return errSecSuccess;
   });
   if (status != errSecSuccess) return status;

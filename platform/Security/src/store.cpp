@@ -76,22 +76,26 @@ const std::string& SelectList(bool withSecret, bool joined = false) {
   return lists[(joined ? 2 : 0) + (withSecret ? 1 : 0)];
 }
 
-bool SameBytes(sqlite3_stmt* st, int col, const std::string& want) {
-  const void* p = sqlite3_column_blob(st, col);
-  size_t n = size_t(sqlite3_column_bytes(st, col));
-  return n == want.size() && (n == 0 || memcmp(p, want.data(), n) == 0);
-}
-
 bool IsBytes(const AttrDesc& d) { return d.kind == AttrKind::Blob || d.kind == AttrKind::Date; }
-
-int AttrIndex(const AttrDesc* d) {
-  int n = 0;
-  return int(d - AllAttrs(&n));
-}
 
 // Big-endian, so that the binding does not depend on the machine.
 void AppendBE(std::string* s, uint64_t v, int bytes) {
-  for (int i = bytes - 1; i >= 0; --i) *s += char((v >> (8 * i)) & 0xff);
+  char b[8];
+  for (int i = 0; i < bytes; ++i) b[i] = char((v >> (8 * (bytes - 1 - i))) & 0xff);
+  s->append(b, size_t(bytes));
+}
+
+// Whether a row read by ReadRow has the value a filter asks for, as SQL
+// compares it: an identifying attribute the class lacks is stored empty (or
+// 0), any other absent one is NULL and equals nothing.
+bool Matches(const ItemRow& row, const Filter& f) {
+  auto it = row.attrs.find(f.attr->tag);
+  if (it == row.attrs.end()) return f.attr->key && (IsBytes(*f.attr) ? f.bytes.empty() : f.number == 0);
+  if (IsBytes(*f.attr)) return it->second == f.bytes;
+  uint32_t v = 0;
+  if (it->second.size() != sizeof v) return false;
+  memcpy(&v, it->second.data(), sizeof v);
+  return v == uint32_t(f.number);
 }
 
 int MapSqlite(int code) {
@@ -137,7 +141,9 @@ std::string HeaderDigestInput(const KeychainHeader& h) {
 }
 
 std::string ItemBinding(const std::string& uuid, int schema, const ItemRow& row) {
-  std::string ad = schema >= 2 ? "item2" : "item";
+  std::string ad;
+  ad.reserve(64 + uuid.size());
+  ad = schema >= 2 ? "item2" : "item";
   ad += uuid;
   AppendBE(&ad, row.itemClass, 4);
   AppendBE(&ad, uint64_t(row.id), 8);
@@ -432,17 +438,14 @@ int Store::Bind(sqlite3_stmt* st, const ItemRow& row, int firstIndex) {
 // a password class, an identifying attribute that is missing, a value of
 // the wrong storage type.
 int Store::ReadRow(sqlite3_stmt* st, bool withSecret, ItemRow* out) {
-  if (sqlite3_column_type(st, 0) != SQLITE_INTEGER || sqlite3_column_type(st, 1) != SQLITE_INTEGER)
-    return errSecInvalidKeychain;
+  // A NULL id or class (the row an index entry names is missing) reads as 0.
   out->id = sqlite3_column_int64(st, 0);
   int64_t cls = sqlite3_column_int64(st, 1);
   if (out->id <= 0 || cls < 0 || cls > 0xffffffffLL || !IsPasswordClass(uint32_t(cls)))
     return errSecInvalidKeychain;
   out->itemClass = uint32_t(cls);
-  int secretType = sqlite3_column_type(st, 2);
   if (withSecret) {
-    if (secretType != SQLITE_NULL && secretType != SQLITE_BLOB) return errSecInvalidKeychain;
-    out->hasSecret = secretType != SQLITE_NULL;
+    out->hasSecret = sqlite3_column_type(st, 2) != SQLITE_NULL;  // what else it holds, opening it tells
     out->sealed = Column(st, 2);
   } else {
     out->hasSecret = sqlite3_column_int(st, 2) != 0;
@@ -461,6 +464,7 @@ int Store::ReadRow(sqlite3_stmt* st, bool withSecret, ItemRow* out) {
     else
       out->attrs[attrs[i].tag] = EncodeUInt32(uint32_t(sqlite3_column_int64(st, col)));
   }
+  out->schema = header_.schema;
   return errSecSuccess;
 }
 
@@ -534,7 +538,7 @@ int Store::Update(const ItemRow& row, const SealFn* seal, const ResealFn& reseal
     status = (*seal)(Binding(row), &sealed);
     write = true;
   } else if (stored.hasSecret) {
-    std::string oldAd = Binding(stored), newAd = Binding(row);
+    std::string oldAd = ItemBinding(header_.uuid, stored.schema, stored), newAd = Binding(row);
     if (oldAd != newAd) {
       status = reseal(stored.sealed, oldAd, newAd, &sealed);
       write = true;
@@ -594,17 +598,34 @@ int Store::Find(uint32_t itemClass, const std::vector<Filter>& filters, int64_t 
   // the table lacks comes back as NULLs and is refused.
   const bool followIds = afterId > 0 && !filters.empty();
   const bool viaIndex = afterId == 0 && !filters.empty();
-  const bool classInSql = itemClass != kClassAnyRecord && !filters.empty();
-  const std::string q = viaIndex ? "i." : "";
-  std::string sql = "SELECT " + SelectList(withSecret, viaIndex) + " FROM items" +
-                    (viaIndex ? " AS i LEFT JOIN items AS t ON t.id = i.id" : "") +
-                    (followIds ? " NOT INDEXED" : "") + " WHERE " + q + "id > ?1";
-  if (classInSql) sql += " AND " + q + "class = " + std::to_string(itemClass);
-  for (size_t i = 0; i < filters.size(); ++i)
-    sql += " AND " + q + filters[i].attr->column + " = ?" + std::to_string(i + 3);
-  sql += " ORDER BY " + q + "id LIMIT ?2";
-  sqlite3_stmt* st = Prepare(sql);
-  if (!st) return errSecInvalidKeychain;
+  //
+  // A find is a hot path: its statement is looked up by a few bytes that
+  // name its shape rather than by its text.
+  int attrCount = 0;
+  const AttrDesc* attrs = AllAttrs(&attrCount);
+  std::string shape(reinterpret_cast<const char*>(&itemClass), sizeof itemClass);
+  shape += char((withSecret ? 1 : 0) | (viaIndex ? 2 : 0) | (followIds ? 4 : 0));
+  for (const Filter& f : filters) shape += char(f.attr - attrs);
+  sqlite3_stmt* st = nullptr;
+  auto known = findStmts_.find(shape);
+  if (known != findStmts_.end()) {
+    st = known->second;
+    sqlite3_reset(st);
+    sqlite3_clear_bindings(st);
+  } else {
+    const bool classInSql = itemClass != kClassAnyRecord && !filters.empty();
+    const std::string q = viaIndex ? "i." : "";
+    std::string sql = "SELECT " + SelectList(withSecret, viaIndex) + " FROM items" +
+                      (viaIndex ? " AS i LEFT JOIN items AS t ON t.id = i.id" : "") +
+                      (followIds ? " NOT INDEXED" : "") + " WHERE " + q + "id > ?1";
+    if (classInSql) sql += " AND " + q + "class = " + std::to_string(itemClass);
+    for (size_t i = 0; i < filters.size(); ++i)
+      sql += " AND " + q + filters[i].attr->column + " = ?" + std::to_string(i + 3);
+    sql += " ORDER BY " + q + "id LIMIT ?2";
+    st = Prepare(sql);
+    if (!st) return errSecInvalidKeychain;
+    findStmts_[shape] = st;
+  }
   sqlite3_bind_int64(st, 1, afterId);
   sqlite3_bind_int(st, 2, limit);
   for (size_t i = 0; i < filters.size(); ++i) {
@@ -632,13 +653,8 @@ int Store::Find(uint32_t itemClass, const std::vector<Filter>& filters, int64_t 
       continue;
     }
     // What an index handed back must be what was asked for.
-    for (const Filter& f : filters) {
-      int col = 3 + AttrIndex(f.attr);
-      bool same = IsBytes(*f.attr) ? sqlite3_column_type(st, col) == SQLITE_BLOB && SameBytes(st, col, f.bytes)
-                                   : sqlite3_column_type(st, col) == SQLITE_INTEGER &&
-                                         sqlite3_column_int64(st, col) == f.number;
-      if (!same) status = errSecInvalidKeychain;
-    }
+    for (const Filter& f : filters)
+      if (!Matches(row, f)) status = errSecInvalidKeychain;
     if (status == errSecSuccess) out->rows.push_back(std::move(row));
   }
   if (status == errSecSuccess && rc != SQLITE_DONE) status = MapSqlite(rc);

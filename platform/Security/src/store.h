@@ -41,6 +41,7 @@ struct ItemRow {
   std::map<uint32_t, std::string> attrs;  // present attributes; integers as 4 native bytes
   bool hasSecret = false;
   std::string sealed;  // filled only when asked for
+  int schema = 0;      // of the file as this process knew it when the row was read
 };
 
 // One exact-match condition of a search; integers are compared as numbers.
@@ -85,7 +86,7 @@ class Store {
   int WriteKey(const KdfParams& kdf, const std::string& wrappedKey);
   int WriteSettings(uint32_t lockInterval, bool lockOnSleep);
 
-  // The binding of a row's secret under the file's current schema.
+  // The binding a secret of `row` is sealed under now.
   std::string Binding(const ItemRow& row) const { return ItemBinding(header_.uuid, header_.schema, row); }
 
   // row->id is set on success; without `seal` the item has no secret.
@@ -122,7 +123,8 @@ class Store {
   int Abort(int status);
 
   sqlite3* db_;
-  std::map<std::string, sqlite3_stmt*> stmts_;
+  std::map<std::string, sqlite3_stmt*> stmts_;      // by text; owns them
+  std::map<std::string, sqlite3_stmt*> findStmts_;  // Find's, by shape
   KeychainHeader header_;
 };
 
