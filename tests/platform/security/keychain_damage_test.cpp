@@ -161,18 +161,35 @@ TEST_F(KeychainDamage, RowsOfAnUnknownClassOrTypeAreReportedByWalks) {
 }
 
 TEST_F(KeychainDamage, NamesSwappedBetweenRowsNeverHandOverTheOtherSecret) {
-  const std::vector<StoredItem> items = MakeItems(10, 0);
+  std::vector<StoredItem> items = MakeItems(10, 0);
+  items.push_back({false, "svc-a", "same", "secret-a"});
+  items.push_back({false, "svc-b", "same", "secret-b"});
   const std::string path = Build("swap.keychain", items);
-  // Anyone who can write the file, without reading a secret, swaps two names.
+  // Anyone who can write the file, without reading a secret, swaps two
+  // accounts, two services, and two ports of internet passwords.
+  SecKeychainRef kc = Create("ports.keychain");
+  for (UInt16 port : {1, 2}) {
+    std::string secret = "port-" + std::to_string(port);
+    ASSERT_EQ(SecKeychainAddInternetPassword(kc, 4, "host", 0, nullptr, 3, "ann", 0, nullptr, port, 0, 0,
+                                             UInt32(secret.size()), secret.data(), nullptr),
+              errSecSuccess);
+  }
+  CFRelease(kc);
   Tamper(path,
          "UPDATE items SET a_acct = CAST('x' AS BLOB) WHERE a_acct = CAST('account-1' AS BLOB);"
          "UPDATE items SET a_acct = CAST('account-1' AS BLOB) WHERE a_acct = CAST('account-2' AS BLOB);"
-         "UPDATE items SET a_acct = CAST('account-2' AS BLOB) WHERE a_acct = CAST('x' AS BLOB);");
-  SecKeychainRef kc = Reopen(path);
-  for (int swapped : {1, 2}) {
+         "UPDATE items SET a_acct = CAST('account-2' AS BLOB) WHERE a_acct = CAST('x' AS BLOB);"
+         "UPDATE items SET a_svce = CAST('x' AS BLOB) WHERE a_svce = CAST('svc-a' AS BLOB);"
+         "UPDATE items SET a_svce = CAST('svc-a' AS BLOB) WHERE a_svce = CAST('svc-b' AS BLOB);"
+         "UPDATE items SET a_svce = CAST('svc-b' AS BLOB) WHERE a_svce = CAST('x' AS BLOB);");
+  Tamper(PathIn("ports.keychain"),
+         "UPDATE items SET a_port = 3 WHERE a_port = 1; UPDATE items SET a_port = 1 WHERE a_port = 2;"
+         "UPDATE items SET a_port = 2 WHERE a_port = 3;");
+  kc = Reopen(path);
+  for (size_t swapped : {size_t(1), size_t(2), items.size() - 2, items.size() - 1}) {
     OSStatus status = 0;
-    std::string got = SecretOf(kc, items[size_t(swapped)], &status);
-    EXPECT_EQ(status, errSecDecode) << items[size_t(swapped)].account << " gave " << got;
+    std::string got = SecretOf(kc, items[swapped], &status);
+    EXPECT_EQ(status, errSecDecode) << items[swapped].service << "/" << items[swapped].account << " gave " << got;
   }
   OSStatus status = 0;
   EXPECT_EQ(SecretOf(kc, items[3], &status), items[3].secret);
@@ -180,6 +197,17 @@ TEST_F(KeychainDamage, NamesSwappedBetweenRowsNeverHandOverTheOtherSecret) {
   EXPECT_EQ(r.wrong, "");
   EXPECT_EQ(r.listing, Outcome::Damage);
   CFRelease(kc);
+  SecKeychainRef ports = Reopen(PathIn("ports.keychain"));
+  for (UInt16 port : {1, 2}) {
+    UInt32 length = 0;
+    void* data = nullptr;
+    EXPECT_EQ(SecKeychainFindInternetPassword(ports, 4, "host", 0, nullptr, 3, "ann", 0, nullptr, port, 0, 0, &length,
+                                              &data, nullptr),
+              errSecDecode)
+        << "port " << port;
+    SecKeychainItemFreeContent(nullptr, data);
+  }
+  CFRelease(ports);
 }
 
 TEST_F(KeychainDamage, IndexEntryPointingAtAnotherRowIsCaught) {
@@ -211,6 +239,42 @@ TEST_F(KeychainDamage, IndexEntryPointingAtAnotherRowIsCaught) {
   CFDictionarySetValue(q, kSecClass, kSecClassGenericPassword);
   CFDictionarySetValue(q, kSecAttrService, CFSTR("svc"));
   CFDictionarySetValue(q, kSecAttrAccount, CFSTR("account-3"));
+  CFDictionarySetValue(q, kSecMatchSearchList, list);
+  CFDictionarySetValue(q, kSecReturnAttributes, kCFBooleanTrue);
+  CFTypeRef result = nullptr;
+  EXPECT_EQ(SecItemCopyMatching(q, &result), errSecInvalidKeychain);
+  if (result) CFRelease(result);
+  CFRelease(list);
+  CFRelease(q);
+  CFRelease(kc);
+}
+
+// The same, when the names agree and only the class differs: a generic
+// password's entry names an internet password's row.
+TEST_F(KeychainDamage, IndexEntryPointingAtARowOfAnotherClassIsCaught) {
+  SecKeychainRef kc = Create("classes.keychain");
+  for (const StoredItem& i : MakeItems(4, 0)) ASSERT_EQ(AddItem(kc, i), errSecSuccess);
+  ASSERT_EQ(AddGeneric(kc, "", "shared", "generic"), errSecSuccess);  // row 5
+  ASSERT_EQ(SecKeychainAddInternetPassword(kc, 0, nullptr, 0, nullptr, 6, "shared", 0, nullptr, 0, 0, 0, 8, "internet",
+                                           nullptr),
+            errSecSuccess);  // row 6
+  CFRelease(kc);
+  const std::string path = PathIn("classes.keychain");
+  const uint32_t root = RootPage(path, "genp_key");
+  std::string page = ReadFile(path).substr((root - 1) * PageSize(path), PageSize(path));
+  const std::string entry = std::string("shared") + char(5);
+  size_t at = page.find(entry);
+  ASSERT_NE(at, std::string::npos);
+  page[at + entry.size() - 1] = char(6);
+  ASSERT_TRUE(OverwritePage(path, root, page));
+
+  kc = Reopen(path);
+  CFMutableDictionaryRef q = CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                       &kCFTypeDictionaryValueCallBacks);
+  CFArrayRef list = CFArrayCreate(nullptr, (const void**)&kc, 1, &kCFTypeArrayCallBacks);
+  CFDictionarySetValue(q, kSecClass, kSecClassGenericPassword);
+  CFDictionarySetValue(q, kSecAttrService, CFSTR(""));
+  CFDictionarySetValue(q, kSecAttrAccount, CFSTR("shared"));
   CFDictionarySetValue(q, kSecMatchSearchList, list);
   CFDictionarySetValue(q, kSecReturnAttributes, kCFBooleanTrue);
   CFTypeRef result = nullptr;
