@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <iostream>
 
 #include "keychain_damage.h"
@@ -136,6 +137,30 @@ TEST_F(KeychainUpgrade, DamagedSecretStaysDamagedAndTheRestIsUpgraded) {
     if (i.account == "account-7") continue;
     EXPECT_EQ(FindSecret(kc, i.service, i.account), i.secret) << i.account;
   }
+  CFRelease(kc);
+}
+
+// A file whose upgrade cannot be done (one row this code never writes) still
+// unlocks and reads under its first binding; when another process upgrades
+// it later, this one follows without a new unlock.
+TEST_F(KeychainUpgrade, FileLeftInTheFirstFormatReadsAndFollowsALaterUpgrade) {
+  const std::string path = CopyOfLanded("stuck.keychain");
+  Tamper(path, "UPDATE items SET a_labl = 'text' WHERE a_acct = CAST('account-9' AS BLOB)");
+  SecKeychainRef kc = nullptr;
+  ASSERT_EQ(SecKeychainOpen(path.c_str(), &kc), errSecSuccess);
+  ASSERT_EQ(SecKeychainUnlock(kc, 6, "landed", true), errSecSuccess);
+  EXPECT_EQ(QueryInt(path, "SELECT schema FROM keychain"), 1);
+  EXPECT_EQ(FindSecret(kc, "service-0", "account-0"), "secret-0");
+  OSStatus status = 0;
+  FindSecret(kc, "service-1", "account-9", &status);
+  EXPECT_EQ(status, errSecInvalidKeychain);
+
+  Tamper(path, "UPDATE items SET a_labl = CAST(a_labl AS BLOB) WHERE a_acct = CAST('account-9' AS BLOB)");
+  const std::string command = std::string(KEYCHAIN_WRITER_PATH) + " '" + path + "' landed none 0";
+  ASSERT_EQ(system(command.c_str()), 0);
+  ASSERT_EQ(QueryInt(path, "SELECT schema FROM keychain"), 2);
+  EXPECT_EQ(FindSecret(kc, "service-1", "account-9"), "secret-71271");
+  EXPECT_EQ(FindSecret(kc, "renamed", "after"), "moved-item");
   CFRelease(kc);
 }
 
