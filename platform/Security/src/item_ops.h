@@ -32,8 +32,10 @@ OSStatus DeleteStoredItem(SecKeychainItemRef item);
 // stop the walk: the others are still read. Returns errSecSuccess when the
 // walk was stopped by fn or the limit or read every keychain to its end, and
 // otherwise the last failure, so that a caller that found less than it asked
-// for never mistakes damage for "no more items". A missing keychain file is
-// not a failure: it holds nothing.
+// for never mistakes damage for "no more items". (macOS returns the last
+// failure only when every keychain failed; one damaged keychain among sound
+// ones may hold the item asked for, so here it is reported too.) A missing
+// keychain file is not a failure: it holds nothing.
 OSStatus ForEachMatch(const std::vector<SecKeychainRef>& keychains, uint32_t itemClass,
                       const std::vector<Filter>& filters, bool withSecret, size_t limit,
                       const std::function<bool(SecKeychainRef, ItemRow&)>& fn);
