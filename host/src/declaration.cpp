@@ -12,6 +12,15 @@ std::string Lower(const std::string& s) {
   return r;
 }
 
+bool SameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
+      return false;
+  }
+  return true;
+}
+
 namespace {
 
 std::string Trim(const std::string& s) {
@@ -202,14 +211,14 @@ void* MatchKnownMethod(const KnownMethod* known, size_t count, std::vector<Decla
 }
 
 bool SameSignature(const Declaration& a, const Declaration& b) {
-  if (Lower(a.name) != Lower(b.name) || a.params.size() != b.params.size()) return false;
-  if (Lower(a.result.name) != Lower(b.result.name) || a.result.array != b.result.array) {
+  if (!SameName(a.name, b.name) || a.params.size() != b.params.size()) return false;
+  if (!SameName(a.result.name, b.result.name) || a.result.array != b.result.array) {
     return false;
   }
   for (size_t i = 0; i < a.params.size(); ++i) {
     const Param& p = a.params[i];
     const Param& q = b.params[i];
-    if (Lower(p.type.name) != Lower(q.type.name) || p.type.array != q.type.array ||
+    if (!SameName(p.type.name, q.type.name) || p.type.array != q.type.array ||
         p.byRef != q.byRef || p.assigns != q.assigns) {
       return false;
     }

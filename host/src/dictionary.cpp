@@ -1,5 +1,5 @@
 // The built-in Dictionary class: entries in insertion order, keys equal when
-// their variants are equal, "Count", and the methods "Value" (get and
+// their variants are equal (found by hash first), "Count", and the methods "Value" (get and
 // assign) and "Key" that plug-ins load by declaration.
 #include <iterator>
 
@@ -13,14 +13,28 @@ bool DictionaryProperty(ObjState* st, const std::string& name, Value* out) {
   return true;
 }
 
-void DictionarySetEntry(Runtime* rt, ObjState* d, const Value& key, const Value& value) {
-  for (auto& e : d->entries) {
-    if (VariantsEqual(rt, e.first, key)) {
-      e.second = value;
-      return;
-    }
+namespace {
+
+DictEntry* FindHashed(Runtime* rt, ObjState* d, const Value& key, size_t hash) {
+  for (DictEntry& e : d->entries) {
+    if (e.hash == hash && VariantsEqual(rt, e.key, key)) return &e;
   }
-  d->entries.emplace_back(key, value);
+  return nullptr;
+}
+
+}  // namespace
+
+const DictEntry* DictionaryFind(Runtime* rt, ObjState* d, const Value& key) {
+  return FindHashed(rt, d, key, VariantHash(rt, key));
+}
+
+void DictionarySetEntry(Runtime* rt, ObjState* d, const Value& key, const Value& value) {
+  const size_t hash = VariantHash(rt, key);
+  if (DictEntry* e = FindHashed(rt, d, key, hash)) {
+    e->value = value;
+    return;
+  }
+  d->entries.push_back(DictEntry{key, value, hash});
 }
 
 namespace {
@@ -38,11 +52,8 @@ REALobject DictionaryValue(REALobject dict, REALobject key) {
   ObjState* d = Dict(dict);
   if (d == nullptr) return nullptr;
   Runtime* rt = d->rt;
-  Value k = AsHeld(key);
-  for (auto& e : d->entries) {
-    if (VariantsEqual(rt, e.first, k)) return Value(e.second).releaseObject();
-  }
-  return nullptr;
+  const DictEntry* e = DictionaryFind(rt, d, AsHeld(key));
+  return e ? Value(e->value).releaseObject() : nullptr;
 }
 
 // "Value(key As Variant, Assigns _value As Variant)"
@@ -56,7 +67,7 @@ void DictionaryAssign(REALobject dict, REALobject key, REALobject value) {
 REALobject DictionaryKeyAt(REALobject dict, RBInteger index) {
   ObjState* d = Dict(dict);
   if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->entries.size()) return nullptr;
-  return Value(d->entries[static_cast<size_t>(index)].first).releaseObject();
+  return Value(d->entries[static_cast<size_t>(index)].key).releaseObject();
 }
 
 }  // namespace

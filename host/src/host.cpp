@@ -140,14 +140,14 @@ std::string Host::DeclarationOf(const std::string& owner, const std::string& nam
   if (!ParseDeclaration(prototype, &wanted)) return std::string();
   for (const MethodInfo& m : info->methods) {
     Declaration d;
-    if (!ParseDeclaration(m.declaration, &d) || Lower(d.name) != Lower(wanted.name) ||
+    if (!ParseDeclaration(m.declaration, &d) || !SameName(d.name, wanted.name) ||
         d.params.size() != wanted.params.size())
       continue;
     bool same = true;
     for (size_t i = 0; i < d.params.size() && same; ++i) {
       const Param& p = d.params[i];
       const Param& q = wanted.params[i];
-      same = Lower(p.type.name) == Lower(q.type.name) && p.type.array == q.type.array && p.byRef == q.byRef;
+      same = SameName(p.type.name, q.type.name) && p.type.array == q.type.array && p.byRef == q.byRef;
     }
     if (same) return m.declaration;
   }
@@ -163,7 +163,7 @@ std::optional<std::string> Host::Constant(const std::string& owner, const std::s
     if (eq == std::string::npos) continue;
     std::string left = c.substr(0, eq);
     while (!left.empty() && left.back() == ' ') left.pop_back();
-    if (Lower(left) != Lower(name)) continue;
+    if (!SameName(left, name)) continue;
     size_t start = eq + 1;
     while (start < c.size() && c[start] == ' ') ++start;
     return c.substr(start);
@@ -442,23 +442,21 @@ RBInteger Host::DictionaryCount(const Value& dict) const {
 Value Host::DictionaryKey(const Value& dict, RBInteger index) const {
   ObjState* d = rt_->StateOfKind(dict.object(), Builtin::Dictionary);
   if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->entries.size()) return Value();
-  return d->entries[static_cast<size_t>(index)].first;
+  return d->entries[static_cast<size_t>(index)].key;
 }
 
 Value Host::DictionaryValueAt(const Value& dict, RBInteger index) const {
   ObjState* d = rt_->StateOfKind(dict.object(), Builtin::Dictionary);
   if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->entries.size()) return Value();
-  return d->entries[static_cast<size_t>(index)].second;
+  return d->entries[static_cast<size_t>(index)].value;
 }
 
 Value Host::DictionaryLookup(const Value& dict, const Value& key) const {
   ObjState* d = rt_->StateOfKind(dict.object(), Builtin::Dictionary);
   if (d == nullptr) return Value();
   Activate active(rt_.get());
-  for (auto& e : d->entries) {
-    if (VariantsEqual(rt_.get(), e.first, key)) return e.second;
-  }
-  return Value();
+  const DictEntry* e = DictionaryFind(rt_.get(), d, key);
+  return e ? e->value : Value();
 }
 
 std::optional<DateFields> Host::DateOf(const Value& date) const {

@@ -182,7 +182,7 @@ REALobject Runtime::NewInstance(const char* className) {
   if (className == nullptr) return nullptr;
   ClassDef* cls = FindClass(className);
   if (cls == nullptr || cls->builtin == Builtin::Array || cls->builtin == Builtin::Variant ||
-      Lower(cls->name) == "object") {
+      SameName(cls->name, "object")) {
     return nullptr;
   }
   return NewObject(cls);

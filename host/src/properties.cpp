@@ -11,9 +11,8 @@ namespace plugin_host {
 namespace {
 
 const PropDef* FindProp(const std::vector<PropDef>& props, const std::string& name) {
-  std::string low = Lower(name);
   for (const PropDef& p : props) {
-    if (Lower(p.name) == low) return &p;
+    if (SameName(p.name, name)) return &p;
   }
   return nullptr;
 }

@@ -127,6 +127,15 @@ struct ObjectHead {
 };
 static_assert(sizeof(ObjectHead) <= kREALObjectHeaderSize, "object header");
 
+// A dictionary entry keeps its key's hash so that finding a key compares
+// hashes first: a plug-in fills dictionaries one entry at a time, and each
+// full comparison of two variants asks the runtime about both.
+struct DictEntry {
+  Value key;
+  Value value;
+  size_t hash = 0;
+};
+
 struct ObjState {
   Runtime* rt = nullptr;
   ClassDef* cls = nullptr;
@@ -137,7 +146,7 @@ struct ObjState {
   bool destroying = false;
 
   // Dictionary: entries in insertion order.
-  std::vector<std::pair<Value, Value>> entries;
+  std::vector<DictEntry> entries;
   // Date, as GMT fields.
   DateFields date;
   // MemoryBlock.
@@ -266,6 +275,9 @@ class Activate {
 };
 
 std::string Lower(const std::string& s);
+// Equal in any case, without lower-case copies (names are compared on every
+// call a plug-in makes by name).
+bool SameName(std::string_view a, std::string_view b);
 
 // ---- Text (encoding.cpp) ---------------------------------------------------------
 // Decodes bytes of an encoding into code points; false when they are not
@@ -327,6 +339,10 @@ void ArrayReleaseElements(Runtime* rt, ObjState* arr);
 int ArrayVariantCode(int elementType);
 
 void DictionarySetEntry(Runtime* rt, ObjState* d, const Value& key, const Value& value);
+// The entry whose key equals key, or null.
+const DictEntry* DictionaryFind(Runtime* rt, ObjState* d, const Value& key);
+// Equal variants hash alike (VariantsEqual's rules).
+size_t VariantHash(Runtime* rt, const Value& v);
 void StandInDestroy(ObjState* st);
 
 REALobject NewFolderItem(Runtime* rt, const std::string& path);

@@ -21,18 +21,11 @@ Runtime* RuntimeOfString(REALstring s) {
 
 Value::~Value() { unlock(); }
 
-Value::Value(const Value& other)
-    : kind_(other.kind_), i_(other.i_), d_(other.d_), b_(other.b_), str_(other.str_),
-      obj_(other.obj_) {
-  lock();
-}
+Value::Value(const Value& other) : kind_(other.kind_), i_(other.i_) { lock(); }
 
-Value::Value(Value&& other) noexcept
-    : kind_(other.kind_), i_(other.i_), d_(other.d_), b_(other.b_), str_(other.str_),
-      obj_(other.obj_) {
+Value::Value(Value&& other) noexcept : kind_(other.kind_), i_(other.i_) {
   other.kind_ = Kind::Nil;
-  other.str_ = nullptr;
-  other.obj_ = nullptr;
+  other.i_ = 0;
 }
 
 Value& Value::operator=(const Value& other) {
@@ -48,13 +41,8 @@ Value& Value::operator=(Value&& other) noexcept {
     unlock();
     kind_ = other.kind_;
     i_ = other.i_;
-    d_ = other.d_;
-    b_ = other.b_;
-    str_ = other.str_;
-    obj_ = other.obj_;
     other.kind_ = Kind::Nil;
-    other.str_ = nullptr;
-    other.obj_ = nullptr;
+    other.i_ = 0;
   }
   return *this;
 }
@@ -145,7 +133,7 @@ double Value::real() const { return kind_ == Kind::Single || kind_ == Kind::Doub
 REALstring Value::releaseString() {
   REALstring s = string();
   if (s != nullptr) {
-    str_ = nullptr;
+    i_ = 0;
     kind_ = Kind::Nil;
   }
   return s;
@@ -154,7 +142,7 @@ REALstring Value::releaseString() {
 REALobject Value::releaseObject() {
   REALobject o = object();
   if (o != nullptr) {
-    obj_ = nullptr;
+    i_ = 0;
     kind_ = Kind::Nil;
   }
   return o;
@@ -163,8 +151,7 @@ REALobject Value::releaseObject() {
 void Value::reset() {
   unlock();
   kind_ = Kind::Nil;
-  str_ = nullptr;
-  obj_ = nullptr;
+  i_ = 0;
 }
 
 void Value::lock() const {

@@ -6,6 +6,8 @@
 #include <cstdlib>
 
 #include <cstring>
+#include <functional>
+#include <string_view>
 
 #include "runtime.h"
 
@@ -159,6 +161,31 @@ bool VariantsEqual(Runtime* rt, const Value& a0, const Value& b0) {
   double x, y;
   if (!ValueToDouble(a, &x) || !ValueToDouble(b, &y)) return false;
   return x == y;
+}
+
+size_t VariantHash(Runtime* rt, const Value& v0) {
+  Value v = v0.kind() == Kind::Object ? VariantScalar(rt, v0.object()) : v0;
+  if (v.isNil()) return 0;
+  if (v.kind() == Kind::Object) return std::hash<const void*>()(v.object());
+  if (v.kind() == Kind::String) {
+    StrRec* r = rt->Str(v.string(), true);
+    if (r == nullptr) return 1;
+    std::string_view bytes;
+    if (r->rec.buffer != nullptr && r->rec.length > 0)
+      bytes = std::string_view(reinterpret_cast<const char*>(r->rec.buffer) + 1, static_cast<size_t>(r->rec.length));
+    // Texts of other encodings compare in UTF-8, so they hash in it.
+    std::string utf8;
+    if (r->rec.encoding != kREALEncodingUTF8 && r->rec.encoding != kREALEncodingASCII &&
+        ConvertBytes(std::string(bytes), static_cast<uint32_t>(r->rec.encoding), kREALEncodingUTF8, &utf8)) {
+      bytes = utf8;
+    }
+    return std::hash<std::string_view>()(bytes);
+  }
+  if (v.kind() == Kind::Boolean) return v.boolean() ? 2 : 3;
+  double d;
+  if (!ValueToDouble(v, &d)) return 4;
+  if (d == 0) d = 0;  // 0 and -0 are equal
+  return std::hash<double>()(d);
 }
 
 // The accessor properties. A variant whose value has no number (an object,

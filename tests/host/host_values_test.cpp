@@ -175,9 +175,10 @@ TEST_F(HostValues, VariantsOfEveryTypeCodeConvert) {
 TEST_F(HostValues, DictionariesKeepInsertionOrderAndMatchEqualKeys) {
   Value d = host().Dictionary();
   Value one32 = host().Variant(Value::Int32(1));
-  Value one64 = host().Variant(Value::Int64(1));
-  Value keyA = host().Variant(Text("a"));
-  Value keyA2 = host().Variant(host().String("a", kREALEncodingMacRoman));
+  Value one64 = host().Variant(Value::Double(1.0));
+  // The same text in two encodings is one key.
+  Value keyA = host().Variant(Text("\xC3\xA9" "a"));
+  Value keyA2 = host().Variant(host().String("\x8E" "a", kREALEncodingMacRoman));
   Value v1 = host().Variant(Text("first")), v2 = host().Variant(Text("second"));
   Shared("DictPut(d as Dictionary, key as Variant, value as Variant)", {d, keyA, v1});
   Shared("DictPut(d as Dictionary, key as Variant, value as Variant)", {d, one32, v2});

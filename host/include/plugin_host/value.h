@@ -76,12 +76,16 @@ class Value {
   void lock() const;
   void unlock() const;
 
+  // One field is in use, the one of kind_: a host keeps hundreds of
+  // thousands of these inside dictionaries and variants.
   Kind kind_ = Kind::Nil;
-  int64_t i_ = 0;
-  double d_ = 0;
-  bool b_ = false;
-  REALstring str_ = nullptr;
-  REALobject obj_ = nullptr;
+  union {
+    int64_t i_ = 0;
+    double d_;
+    bool b_;
+    REALstring str_;
+    REALobject obj_;
+  };
 };
 
 // One argument of a call: a value passed as it is (the host program keeps its
