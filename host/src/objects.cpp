@@ -12,6 +12,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <set>
 
 #include "runtime.h"
@@ -114,14 +115,32 @@ bool Runtime::NameLess::operator()(std::string_view a, std::string_view b) const
   return a.size() < b.size();
 }
 
+namespace {
+
+template <typename Def, typename Map, typename Slot>
+Def* FindBySpelling(const Map& defs, Slot* slots, size_t count, std::string_view name) {
+  Slot& slot = slots[std::hash<std::string_view>()(name) % count];
+  if (slot.def != nullptr && slot.name == name) return slot.def;
+  auto it = defs.find(name);
+  if (it == defs.end()) return nullptr;
+  slot.name.assign(name.data(), name.size());
+  slot.def = it->second.get();
+  return slot.def;
+}
+
+}  // namespace
+
 ClassDef* Runtime::FindClass(std::string_view name) const {
-  auto it = classes_.find(name);
-  return it == classes_.end() ? nullptr : it->second.get();
+  return FindBySpelling<ClassDef>(classes_, classSpellings_, kSpellingSlots, name);
 }
 
 ModuleDef* Runtime::FindModule(std::string_view name) const {
-  auto it = modules_.find(name);
-  return it == modules_.end() ? nullptr : it->second.get();
+  return FindBySpelling<ModuleDef>(modules_, moduleSpellings_, kSpellingSlots, name);
+}
+
+void Runtime::ForgetSpellings() {
+  for (auto& s : classSpellings_) s.def = nullptr;
+  for (auto& s : moduleSpellings_) s.def = nullptr;
 }
 
 void Runtime::Problem(const std::string& text) { problems.push_back(text); }

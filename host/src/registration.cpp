@@ -95,6 +95,7 @@ void Runtime::RegisterModule(const RBWord* r) {
     Problem("module record without a name");
     return;
   }
+  ForgetSpellings();  // a module of the same name replaces the one before
   modules_[m->info.name] = std::move(m);
 }
 
@@ -137,6 +138,7 @@ void Runtime::RegisterClass(RBWord* r) {
     Problem("class " + c->name + " registered twice; the first stays");
     return;
   }
+  ForgetSpellings();
   classes_[key] = std::move(c);
   // Link superclasses, also those registered before their base.
   for (auto& [k, cls] : classes_) {

@@ -249,6 +249,18 @@ class Runtime {
   std::unordered_map<std::string, int> lookups_;
   std::map<std::string, std::unique_ptr<ClassDef>, NameLess> classes_;
   std::map<std::string, std::unique_ptr<ModuleDef>, NameLess> modules_;
+  // Plug-ins ask for the same few names, spelled the same way, several times
+  // a call: a name is looked up by its exact spelling first, in a small
+  // direct-mapped table that registration empties.
+  template <typename Def>
+  struct SpellingSlot {
+    std::string name;
+    Def* def = nullptr;
+  };
+  static constexpr size_t kSpellingSlots = 64;
+  mutable SpellingSlot<ClassDef> classSpellings_[kSpellingSlots];
+  mutable SpellingSlot<ModuleDef> moduleSpellings_[kSpellingSlots];
+  void ForgetSpellings();
   std::unordered_map<const void*, std::unique_ptr<ObjState>> objects_;  // live and released
   std::unordered_map<std::string, std::unique_ptr<Declaration>> parsedDeclarations_;  // null: unreadable
   // Released objects and strings, oldest first, kept as tombstones until
