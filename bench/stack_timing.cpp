@@ -2,13 +2,16 @@
 // host program calling the plug-in through the host runtime, down to the
 // keychain file), the same way keyring_timing does through libsecret, and
 // prints the median time of each kind of call in microseconds:
-// "store <median> lookup <median>". compare-keyring.sh runs both.
+// "store <median> lookup <median>". compare-keyring.sh runs both. A second
+// line gives the process's resident memory at the end of the session and at
+// its highest, in KiB: "resident <now> peak <highest>".
 #include <Security/Security.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -20,6 +23,19 @@ namespace {
 double Median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
   return v[v.size() / 2];
+}
+
+long StatusKiB(const char *field) {
+  FILE *f = fopen("/proc/self/status", "r");
+  if (f == nullptr) return -1;
+  char line[256];
+  long kib = -1;
+  const size_t n = strlen(field);
+  while (fgets(line, sizeof line, f) != nullptr) {
+    if (strncmp(line, field, n) == 0) kib = atol(line + n);
+  }
+  fclose(f);
+  return kib;
 }
 
 double Now() {
@@ -78,5 +94,6 @@ int main(int argc, char **argv) {
     }
   }
   printf("store %.1f lookup %.1f\n", Median(store), Median(lookup));
+  printf("resident %ld peak %ld\n", StatusKiB("VmRSS:"), StatusKiB("VmHWM:"));
   return 0;
 }
