@@ -17,6 +17,7 @@
 
 #include "host_plugin_interface.h"
 #include "plugin_host/host.h"
+#include "pointer_map.h"
 
 namespace plugin_host {
 
@@ -261,13 +262,13 @@ class Runtime {
   mutable SpellingSlot<ClassDef> classSpellings_[kSpellingSlots];
   mutable SpellingSlot<ModuleDef> moduleSpellings_[kSpellingSlots];
   void ForgetSpellings();
-  std::unordered_map<const void*, std::unique_ptr<ObjState>> objects_;  // live and released
+  PointerMap<ObjState> objects_;  // live and released
   std::unordered_map<std::string, std::unique_ptr<Declaration>> parsedDeclarations_;  // null: unreadable
   // Released objects and strings, oldest first, kept as tombstones until
   // kReleasedKept newer ones have followed them.
   std::deque<const void*> releasedObjects_, releasedStrings_;
   ClassDef* builtinClasses_[static_cast<int>(Builtin::StandIn) + 1] = {};
-  std::unordered_map<const void*, std::unique_ptr<StrRec>> strings_;
+  PointerMap<StrRec> strings_;
   REALobject pending_ = nullptr;
   bool tearingDown_ = false;
   uint64_t callSerial_ = 0;     // counts calls into plug-in methods

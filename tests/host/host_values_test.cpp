@@ -4,7 +4,10 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <random>
+#include <unordered_map>
 
+#include "pointer_map.h"
 #include "probe_host.h"
 #ifdef HOST_TEST_WITH_PLATFORM
 #include <CoreFoundation/CoreFoundation.h>
@@ -13,6 +16,38 @@
 
 namespace host_test {
 namespace {
+
+// The records of every object and string live in this table: a key lost by
+// an erase that shifts its neighbours back would make a live value "not a
+// host object". Keys are spaced as allocations are, and the table grows and
+// wraps around its end.
+TEST(PointerMap, AgreesWithAMapThroughGrowthAndErasesThatShiftNeighbours) {
+  plugin_host::PointerMap<int> table;
+  std::unordered_map<const void*, int> model;
+  std::mt19937 rng(7);
+  for (int step = 0; step < 200000; ++step) {
+    const auto* key = reinterpret_cast<const void*>(uintptr_t(16 + 16 * (rng() % 3000)));
+    auto it = table.find(key);
+    ASSERT_EQ(it != table.end(), model.count(key) == 1) << step;
+    if (it != table.end()) {
+      ASSERT_EQ(*it->second, model[key]);
+      if (rng() % 2 == 0) {
+        table.erase(it);
+        model.erase(key);
+      }
+    } else {
+      table[key] = std::make_unique<int>(step);
+      model[key] = step;
+    }
+  }
+  size_t seen = 0;
+  for (auto& [key, value] : table) {
+    ASSERT_EQ(*value, model.at(key));
+    ++seen;
+  }
+  EXPECT_EQ(seen, model.size());
+  EXPECT_EQ(table.size(), model.size());
+}
 
 using HostValues = ProbeTest;
 
