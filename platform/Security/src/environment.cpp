@@ -69,6 +69,13 @@ std::string ParentDir(const std::string& path) {
   return path.substr(0, slash);
 }
 
+int BusyTimeoutMs(int fallback) {
+  const std::string v = Env("KEYCHAIN_BUSY_TIMEOUT_MS");
+  char* end = nullptr;
+  const long ms = v.empty() ? 0 : std::strtol(v.c_str(), &end, 10);
+  return ms > 0 && ms <= 3600000 && end && *end == '\0' ? int(ms) : fallback;
+}
+
 bool MakeDirs(const std::string& dir) {
   if (dir.empty()) return false;
   struct stat st;

@@ -14,5 +14,10 @@ std::string ResolveKeychainPath(const char* name);
 // Creates a folder and its missing parents with mode 0700.
 bool MakeDirs(const std::string& dir);
 std::string ParentDir(const std::string& path);
+// How long, in milliseconds, a call waits for another process's write lock on
+// a keychain file before it reports the file busy: KEYCHAIN_BUSY_TIMEOUT_MS
+// when it holds a positive number (the tests shorten the wait with it, to see
+// that status without waiting it out), otherwise fallback.
+int BusyTimeoutMs(int fallback);
 
 }  // namespace secimpl

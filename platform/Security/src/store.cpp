@@ -25,6 +25,8 @@
 
 #include <cstring>
 
+#include "environment.h"
+
 namespace secimpl {
 
 namespace {
@@ -128,7 +130,7 @@ int MapSqlite(int code) {
 }
 
 void Configure(sqlite3* db) {
-  sqlite3_busy_timeout(db, kBusyTimeoutMs);
+  sqlite3_busy_timeout(db, BusyTimeoutMs(kBusyTimeoutMs));
   sqlite3_exec(db, "PRAGMA synchronous=NORMAL; PRAGMA secure_delete=ON;", nullptr, nullptr, nullptr);
 }
 

@@ -1,7 +1,8 @@
-// Several processes on one keychain: concurrent writers lose nothing, and a
+// Several processes on one keychain: concurrent writers lose nothing, a
 // writer killed mid-stream leaves a keychain that opens and holds every add
-// that returned success.
+// that returned success, and a file held past the wait is reported busy.
 #include <signal.h>
+#include <sqlite3.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -104,6 +105,23 @@ TEST_F(KeychainProcesses, KilledWriterLeavesEveryAcknowledgedAdd) {
   // The keychain still takes writes.
   EXPECT_EQ(AddGeneric(kc, "after", "crash", "ok"), errSecSuccess);
   EXPECT_GE(CountItems(kc), int(acknowledged.size()) + 1);
+  CFRelease(kc);
+}
+
+// Another holder of the file's write lock (here a plain SQLite connection,
+// as another process would be) makes a writer wait, then report the file busy.
+TEST_F(KeychainProcesses, WriteLockHeldPastTheWaitIsReportedBusyNotAsAnError) {
+  kc_test::ScopedEnv env;
+  env.Set("KEYCHAIN_BUSY_TIMEOUT_MS", "200");
+  SecKeychainRef kc = Create("busy.keychain", "pw");
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(PathIn("busy.keychain").c_str(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_EQ(AddGeneric(kc, "svc", "acct", "v"), errSecDatabaseLocked);
+  sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
+  sqlite3_close(other);
+  EXPECT_EQ(AddGeneric(kc, "svc", "acct", "v"), errSecSuccess);
+  EXPECT_EQ(FindSecret(kc, "svc", "acct"), "v");
   CFRelease(kc);
 }
 
