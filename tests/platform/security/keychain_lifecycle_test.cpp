@@ -102,8 +102,11 @@ TEST_F(KeychainLifecycle, LockAndUnlockGuardSecretsButNotAttributes) {
   FindSecret(kc, "svc", "acct", &status);
   EXPECT_EQ(status, errSecAuthFailed);
   EXPECT_EQ(SecKeychainUnlock(kc, 0, nullptr, false), errSecAuthFailed);
+  // Deleting an item needs the key as much as reading its secret.
+  EXPECT_EQ(SecKeychainItemDelete(item), errSecAuthFailed);
   SecKeychainSetUserInteractionAllowed(true);
   EXPECT_EQ(SecKeychainUnlock(kc, 0, nullptr, false), errSecInteractionNotAllowed);
+  EXPECT_EQ(SecKeychainItemDelete(item), errSecInteractionNotAllowed);
 
   EXPECT_EQ(SecKeychainUnlock(kc, 5, "wrong", true), errSecAuthFailed);
   EXPECT_EQ(SecKeychainUnlock(kc, 0, nullptr, true), errSecAuthFailed);  // empty password
@@ -143,7 +146,7 @@ TEST_F(KeychainLifecycle, AskpassProgramUnlocksAndItsRefusalCancels) {
   CFRelease(kc);
 }
 
-TEST_F(KeychainLifecycle, ChangePasswordRewrapsTheKeyAndKeepsItems) {
+TEST_F(KeychainLifecycle, ChangePasswordRewrapsTheKeyForPasswordsOfAnyLengthAndKeepsItems) {
   SecKeychainRef kc = Create("c.keychain", "old");
   ASSERT_EQ(AddGeneric(kc, "svc", "acct", "kept"), errSecSuccess);
   EXPECT_EQ(SecKeychainChangePassword(kc, 5, "wrong", 3, "new"), errSecAuthFailed);
@@ -159,6 +162,16 @@ TEST_F(KeychainLifecycle, ChangePasswordRewrapsTheKeyAndKeepsItems) {
   EXPECT_EQ(SecKeychainUnlock(kc, 3, "old", true), errSecAuthFailed);
   EXPECT_EQ(SecKeychainUnlock(kc, 3, "new", true), errSecSuccess);
   EXPECT_EQ(FindSecret(kc, "svc", "acct"), "kept");
+  // Each password counts with its own length, longer or shorter than the old.
+  const std::string longer = "a much longer password", shorter = "k";
+  ASSERT_EQ(SecKeychainChangePassword(kc, 3, "new", UInt32(longer.size()), longer.data()), errSecSuccess);
+  SecKeychainLock(kc);
+  EXPECT_EQ(SecKeychainUnlock(kc, 3, "a m", true), errSecAuthFailed);
+  EXPECT_EQ(SecKeychainUnlock(kc, UInt32(longer.size()), longer.data(), true), errSecSuccess);
+  ASSERT_EQ(SecKeychainChangePassword(kc, UInt32(longer.size()), longer.data(), 1, shorter.data()), errSecSuccess);
+  SecKeychainLock(kc);
+  EXPECT_EQ(SecKeychainUnlock(kc, 1, shorter.data(), true), errSecSuccess);
+  EXPECT_EQ(FindSecret(kc, "svc", "acct"), "kept");
   CFRelease(kc);
 }
 
@@ -171,6 +184,11 @@ TEST_F(KeychainLifecycle, PathReportsLengthAndRefusesSmallBuffers) {
   EXPECT_EQ(SecKeychainGetPath(kc, &len, small), errSecBufferTooSmall);
   EXPECT_EQ(len, expected.size());
   EXPECT_EQ(small[0], 'z');
+  // The terminator needs its byte too.
+  std::vector<char> tight(expected.size(), 'z');
+  len = UInt32(tight.size());
+  EXPECT_EQ(SecKeychainGetPath(kc, &len, tight.data()), errSecBufferTooSmall);
+  EXPECT_EQ(tight.back(), 'z');
   std::vector<char> exact(expected.size() + 1);
   len = UInt32(exact.size());
   EXPECT_EQ(SecKeychainGetPath(kc, &len, exact.data()), errSecSuccess);
@@ -263,6 +281,17 @@ TEST_F(KeychainLifecycle, DeleteRemovesFileAndListEntriesButKeepsTheReference) {
   EXPECT_EQ(CFArrayGetCount(after), 0);
   CFRelease(after);
   CFRelease(def);
+
+  // An array is deleted keychain by keychain; the first failure is the status.
+  SecKeychainRef e = Create("e.keychain"), f = Create("f.keychain");
+  const void* three[] = {e, kc, f};
+  CFArrayRef several = CFArrayCreate(nullptr, three, 3, &kCFTypeArrayCallBacks);
+  EXPECT_EQ(SecKeychainDelete((SecKeychainRef)several), errSecNoSuchKeychain);
+  EXPECT_NE(access(PathIn("e.keychain").c_str(), F_OK), 0);
+  EXPECT_NE(access(PathIn("f.keychain").c_str(), F_OK), 0);
+  CFRelease(several);
+  CFRelease(e);
+  CFRelease(f);
   CFRelease(kc);
 }
 

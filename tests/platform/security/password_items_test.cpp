@@ -322,6 +322,18 @@ TEST_F(PasswordItems, CopyContentReturnsRequestedAttributesAndRejectsUnknownOnes
   EXPECT_EQ(SecKeychainItemCopyContent(item, nullptr, &wrongList, nullptr, nullptr), errSecNoSuchAttr);
   EXPECT_EQ(wrong[0].data, nullptr);  // nothing is left allocated
   EXPECT_EQ(SecKeychainItemCopyContent(nullptr, &cls, nullptr, nullptr, nullptr), errSecInvalidItemRef);
+
+  // Attributes asked for with the secret of a locked keychain: the secret is
+  // refused, and the attributes read first are not left allocated either.
+  SecKeychainLock(kc);
+  SecKeychainSetUserInteractionAllowed(false);
+  UInt32 length = 7;
+  void* secret = nullptr;
+  EXPECT_EQ(SecKeychainItemCopyContent(item, nullptr, &list, &length, &secret), errSecAuthFailed);
+  SecKeychainSetUserInteractionAllowed(true);
+  EXPECT_EQ(attrs[1].data, nullptr);
+  EXPECT_EQ(attrs[1].length, 0u);
+  EXPECT_EQ(secret, nullptr);
   CFRelease(item);
   CFRelease(kc);
 }
