@@ -237,6 +237,18 @@ TEST_F(FSRefTest, FSMakeFSRefUnicode_FindsChildrenByCarbonName) {
   EXPECT_EQ(errFSNotAFolder, FSMakeFSRefUnicode(&colon, 1, missing, 0, &found));
   EXPECT_EQ(bdNamErr, FSMakeFSRefUnicode(&folder, 0, missing, 0, &found));
   EXPECT_EQ(paramErr, FSMakeFSRefUnicode(&folder, 1, nullptr, 0, &found));
+
+  // A name stays inside its folder: "." and ".." are no names, nor is one
+  // with a NUL in it or of more than 255 units.
+  const UniChar dot[] = {'.', '.'};
+  const UniChar withNul[] = {'a', 0, 'b'};
+  const std::u16string tooLong(256, u'x');
+  std::memset(&found, 0xAB, sizeof found);
+  EXPECT_EQ(bdNamErr, FSMakeFSRefUnicode(&folder, 2, dot, 0, &found));
+  EXPECT_EQ(bdNamErr, FSMakeFSRefUnicode(&folder, 1, dot, 0, &found));
+  EXPECT_EQ(bdNamErr, FSMakeFSRefUnicode(&folder, 3, withNul, 0, &found));
+  EXPECT_EQ(bdNamErr, FSMakeFSRefUnicode(&folder, tooLong.size(),
+                                         reinterpret_cast<const UniChar*>(tooLong.data()), 0, &found));
 }
 
 TEST_F(FSRefTest, FSRef_ThreadsMakingReferencesAtOnceEachGetTheirOwnItem) {
