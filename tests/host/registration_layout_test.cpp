@@ -40,7 +40,7 @@ TEST_F(RegistrationLayout, EveryLayoutReadsTheSameTablesAndGetsTheOffset) {
     EXPECT_EQ(thing->properties[1].param, sizeof(RBWord));
     EXPECT_FALSE(thing->properties[4].storedGetter);
     EXPECT_TRUE(thing->properties[5].readOnly);
-    ASSERT_EQ(thing->methods.size(), 7u);
+    ASSERT_EQ(thing->methods.size(), 9u);
     EXPECT_TRUE(thing->methods[3].hasSetter);
     EXPECT_EQ(thing->methods[6].flags, static_cast<RBWord>(kREALFlagConsoleSafe));
     EXPECT_EQ(host().Constant("ProbeThing", "answer"), std::optional<std::string>("42"));

@@ -627,6 +627,9 @@ int64_t Mix(REALobject, int32_t a, int64_t b, RBBoolean c, RBColor d, int8_t e, 
   return a + b + c + static_cast<int64_t>(d) + e + f;
 }
 
+uint32_t Not32(REALobject, uint32_t v) { return ~v; }
+uint16_t Not16(REALobject, uint16_t v) { return static_cast<uint16_t>(~v); }
+
 REALproperty gThingProperties[] = {
     {nullptr, "Number", "Integer", 6, REALstandardGetter, REALstandardSetter, 0, {}},
     {nullptr, "Flag", "Boolean", 6, REALstandardGetter, REALstandardSetter, sizeof(RBWord), {}},
@@ -647,6 +650,8 @@ REALmethodDefinition gThingMethods[] = {
      "Suffix(n as integer) as string", kREALFlagConsoleSafe, 0, 0},
     M(Swap, "Swap(byref a as integer, byref b as string)"),
     M(Mix, "Mix(a as int32, b as int64, c as boolean, d as color, e as int8, f as uint16) as int64"),
+    M(Not32, "Not32(v as uint32) as uint32"),
+    M(Not16, "Not16(v as uint16) as uint16"),
 };
 
 REALconstant gThingConstants[] = {{"Answer = 42", 0, 0, 0, 0}};
@@ -658,6 +663,8 @@ REALclassDefinition gBareClass;
 // ProbeChild: a subclass of ProbeThing with a method of its own.
 REALclassDefinition gChildClass;
 RBInteger ChildOnly(REALobject o) { return static_cast<RBInteger>(Data(o)[0]) + 1000; }
+// Builds on what its base's constructor left: 7 becomes 21.
+void ChildConstructor(REALobject o) { Data(o)[0] *= 3; }
 REALmethodDefinition gChildMethods[] = {M(ChildOnly, "ChildOnly as integer")};
 
 void SetUpClasses() {
@@ -692,6 +699,7 @@ void SetUpClasses() {
   gChildClass.name = "ProbeChild";
   gChildClass.superName = "ProbeThing";
   gChildClass.dataSize = 5 * sizeof(RBWord);
+  gChildClass.constructor = &ChildConstructor;
   gChildClass.methods = gChildMethods;
   gChildClass.methodCount = 1;
   gChildClass.mFlags = kREALFlagConsoleSafe;
