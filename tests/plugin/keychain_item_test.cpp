@@ -83,6 +83,10 @@ TEST_F(KeychainItem, NamedAttributesAreStoredAsUTF8AndEmptyOnesReadNil) {
   EXPECT_EQ(Direct(item, "labl", &status), utf8);
   AssignMethod(item, decl::kDescription, {}, host().String("r\x8Esum\x8E", kEncodingMacRoman));
   EXPECT_EQ(Direct(item, "desc", &status), "r\xC3\xA9sum\xC3\xA9");
+  // Longer than any fixed buffer of the conversions.
+  const std::string longText = std::string(700, 'x') + "\xE2\x82\xAC";
+  AssignMethod(item, decl::kComment, {}, Text(longText));
+  EXPECT_EQ(host().StringBytes(Method(item, decl::kComment)), longText);
   AssignMethod(item, decl::kComment, {}, Text("a comment"));
   AssignMethod(item, decl::kAccount, {}, Text("bob"));
   AssignMethod(item, decl::kService, {}, Text("svc2"));
@@ -149,9 +153,12 @@ TEST_F(KeychainItem, AttributesByCodeAreTheKeychainsBytes) {
   AssignMethod(item, decl::kAttributeText, {Text("icmt")}, Text("via code"));
   EXPECT_EQ(Property(item, "Lasterror"), 0);
   EXPECT_EQ(Direct(item, "icmt", &status), "via code");
+  // A longer name is cut to its first four characters...
+  EXPECT_EQ(host().StringBytes(Method(item, decl::kAttributeText, {Text("lablx")})), "my label");
 
-  // Codes the item does not have: the keychain's refusal, no result.
-  for (const char *tag : {"zzzz", "srvr", ""}) {
+  // ...and a shorter one padded with spaces: codes the item does not have
+  // get the keychain's refusal and no result.
+  for (const char *tag : {"zzzz", "srvr", "lab", ""}) {
     EXPECT_TRUE(Method(item, decl::kAttributeText, {Text(tag)}).isNil()) << tag;
     EXPECT_EQ(Property(item, "Lasterror"), errSecNoSuchAttr) << tag;
     EXPECT_TRUE(Method(item, decl::kAttributeData, {Text(tag)}).isNil()) << tag;
@@ -361,6 +368,21 @@ TEST_F(KeychainItem, PersistentReferenceSurvivesARestartOfTheProcess) {
   while (std::getline(out, line))
     if (line.rfind("CHILD-RESULT ", 0) == 0) result = line;
   EXPECT_EQ(result, "CHILD-RESULT status=0 service=restart password=durable");
+}
+
+// An item object a program makes itself holds no reference: every method
+// stops at -1 with an empty result, without asking the framework.
+TEST_F(KeychainItem, ObjectWithoutReferenceStopsEveryMethodAtMinusOne) {
+  Value item = host().NewInstance("KeychainItemZNQ");
+  for (const char *declaration : {decl::kLabel, decl::kPassword, decl::kItemClass, decl::kKeychain,
+                                  decl::kPersistentReference}) {
+    ASSERT_TRUE(host().SetProperty(item, "Lasterror", Value::Integer(7)).ok);
+    EXPECT_TRUE(Method(item, declaration).isNil()) << declaration;
+    EXPECT_EQ(Property(item, "Lasterror"), -1) << declaration;
+  }
+  ASSERT_TRUE(host().SetProperty(item, "Lasterror", Value::Integer(7)).ok);
+  AssignMethod(item, decl::kLabel, {}, Text("x"));
+  EXPECT_EQ(Property(item, "Lasterror"), -1);
 }
 
 // After Delete the object keeps its reference: every later call still goes

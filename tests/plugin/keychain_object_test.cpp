@@ -103,6 +103,13 @@ TEST_F(KeychainObject, OpenByFolderItemCallsTheFrameworkEvenWithoutAPath) {
   EXPECT_EQ(host().StringBytes(Method(opened, decl::kPath)), KeychainPath("folder.keychain"));
   EXPECT_EQ(Method(opened, decl::kStatus).integer(), 7);
 
+  // A file not made yet, named with a composed U+00E9: the framework gets
+  // its path decomposed (e, U+0301), as the file system would spell it.
+  Value accented = Shared(decl::kOpenFile, {host().FolderItem(home_.root() + "/caf\xC3\xA9.keychain")});
+  EXPECT_EQ(LastError(), 0);
+  ASSERT_FALSE(accented.isNil());
+  EXPECT_EQ(host().StringBytes(Method(accented, decl::kPath)), home_.root() + "/cafe\xCC\x81.keychain");
+
   // A file in a folder that does not exist has no path; the framework is
   // still asked and its refusal is the status.
   Value nowhere = Shared(decl::kOpenFile, {host().FolderItem(home_.root() + "/no/such/dir/x.keychain")});

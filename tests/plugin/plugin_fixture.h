@@ -50,9 +50,6 @@ class PluginTest : public ::testing::Test {
   RBInteger Property(const Value &object, const std::string &name);
 
   Value Text(const std::string &utf8) { return host_->String(utf8); }
-  // A new keychain file in the test's home, created through the framework,
-  // opened as a KeychainZNQ and unlocked with an empty password.
-  Value NewKeychain(const std::string &fileName);
   std::string KeychainPath(const std::string &fileName) const;
 
  protected:
