@@ -51,7 +51,10 @@ Runtime::~Runtime() {
     st->boxed = Value();
   }
   for (auto& [p, st] : objects_) std::free(st->mem);
-  for (auto& [p, s] : strings_) std::free(s->rec.buffer);
+  for (auto& [p, s] : strings_) {
+    explicit_bzero(s->rec.buffer, s->rec.allocated);  // strings a plug-in never released
+    std::free(s->rec.buffer);
+  }
   // String data a plug-in never disposed (counted as live until now).
   for (const void* d : stringData) std::free(const_cast<void*>(d));
   objects_.clear();

@@ -80,13 +80,14 @@ void Runtime::UnlockString(REALstring s) {
 void Runtime::DestroyString(StrRec* s) {
   s->dead = true;
   --liveStrings;
+  // Strings carry passwords: their bytes go when they do, although the record
+  // stays a while to catch a late release.
+  explicit_bzero(s->rec.buffer, s->rec.allocated);
   releasedStrings_.push_back(s);
   if (releasedStrings_.size() > kReleasedKept) {
     auto it = strings_.find(releasedStrings_.front());
     releasedStrings_.pop_front();
     if (it != strings_.end()) {
-      // Strings carry passwords; their bytes do not outlive them in freed memory.
-      explicit_bzero(it->second->rec.buffer, it->second->rec.allocated);
       std::free(it->second->rec.buffer);
       strings_.erase(it);
     }
