@@ -1,6 +1,8 @@
 // Exceptions kept pending until the plug-in returns, withheld host names and
 // look-up counts, and the accounting that catches a leak and a double
 // release.
+#include <cstring>
+
 #include "probe_host.h"
 
 namespace host_test {
@@ -112,6 +114,20 @@ TEST_F(ExceptionsAndAccounting, TheAccountingCatchesALeakAndADoubleRelease) {
   EXPECT_EQ(host().BadReleases(), 3u);
   unlock(nullptr);  // nil is no fault
   EXPECT_EQ(host().BadReleases(), 3u);
+  // A destructor that releases its own object once more is caught as well:
+  // ProbeThing's releases its Partner, here the object itself, unlocked.
+  Value self = host().NewInstance("ProbeThing");
+  const RBWord raw = reinterpret_cast<RBWord>(self.object());
+  std::memcpy(host().InstanceData(self) + 3 * sizeof(RBWord), &raw, sizeof raw);
+  self.reset();
+  EXPECT_EQ(host().BadReleases(), 4u);
+  EXPECT_EQ(host().LiveInstances("ProbeThing"), 1u) << "only the deliberate leak is left";
+  // So is a lock taken on a string already released.
+  Value gone = Text("gone");
+  REALstring stale = gone.string();
+  gone.reset();
+  reinterpret_cast<REALLockString_fn>(host().Resolve("REALLockString"))(stale);
+  EXPECT_EQ(host().BadReleases(), 5u);
 
   // The leaks were deliberate: a fresh host for the fixture's final checks.
   StartHost(HostOptions());

@@ -81,6 +81,22 @@ TEST_F(HostStrings, AReturnedStringCarriesOneLockToTheCaller) {
   EXPECT_TRUE(Shared("Echo(s as string) as string", {Value()}).isNil());
 }
 
+// A released string's record stays a while, to catch a late release; its
+// bytes, often a password, are wiped at once. (The test reads the record a
+// plug-in with a stale handle would see.)
+TEST_F(HostStrings, AReleasedStringsBytesAreWipedAtOnceAndNoStringHasANegativeLength) {
+  Value s = Text("hunter2 password");
+  const REALstringRecord& rec = *reinterpret_cast<const REALstringRecord*>(s.string());
+  const unsigned char* bytes = rec.buffer;
+  const size_t allocated = rec.allocated;
+  s.reset();
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes), allocated), std::string(allocated, '\0'));
+
+  auto build = reinterpret_cast<REALBuildString_fn>(host().Resolve("REALBuildString"));
+  EXPECT_EQ(build("abc", -1), nullptr);
+  EXPECT_EQ(build(nullptr, 3), nullptr);
+}
+
 #ifdef HOST_TEST_WITH_PLATFORM
 TEST_F(HostStrings, CoreFoundationStringsFollowTheEncoding) {
   EXPECT_EQ(Int("CFLength(s as string) as integer", {Text("a\xC3\xA9\xF0\x9F\x98\x80")}), 4);  // surrogate pair

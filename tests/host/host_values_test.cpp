@@ -84,6 +84,13 @@ void CheckArraysOnThisHost(ProbeTest* t, Host& host, bool direct) {
   EXPECT_EQ(at.value.object(), thing.object());
   EXPECT_EQ(host.LockCount(thing), 3);
   at.value.reset();
+  if (!direct) {
+    // Through the procedures, an index past the end reads nothing.
+    at = host.CallShared(kModule, "ObjectAt(a() as Variant, i as integer) as Variant", {objects, Value::Integer(2)});
+    EXPECT_TRUE(at.ok && at.value.isNil());
+    ASSERT_FALSE(host.Problems().empty());
+    EXPECT_NE(host.Problems().back().find("out of bounds"), std::string::npos);
+  }
   EXPECT_TRUE(host.CallShared(kModule, "InsertObject(a() as Variant, i as integer, v as Variant)",
                               {objects, Value::Integer(0), thing}).ok);
   EXPECT_EQ(host.ArrayUBound(objects), 2);
@@ -123,6 +130,8 @@ TEST_F(HostValues, ArraysWorkThroughProceduresAndThroughExposedStorage) {
 }
 
 TEST_F(HostValues, StringArraysGrowByInsertionAndHoldTheirElements) {
+  // More than 2^28 elements are refused, not allocated.
+  EXPECT_TRUE(Shared("MakeObjects(count as integer) as Variant()", {Value::Integer((RBInteger(1) << 28) + 1)}).isNil());
   Value s = Text("x");
   Value a = Shared("MakeStrings(count as integer, s as string) as string()", {Value::Integer(3), s});
   EXPECT_EQ(host().ArrayElementType(a), kREALArrayString);

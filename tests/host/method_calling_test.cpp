@@ -98,6 +98,11 @@ TEST_F(MethodCalling, StoredAndFunctionPropertiesUseTheInstanceData) {
   EXPECT_NE(r.error.find("read-only"), std::string::npos);
   EXPECT_FALSE(host().SetProperty(t, "Label", Value::Integer(1)).ok);
   EXPECT_FALSE(host().GetProperty(t, "NoSuchThing").ok);
+  // A field that runs past the end of the instance data is neither read nor written.
+  r = host().GetProperty(t, "Straddle");
+  EXPECT_FALSE(r.ok);
+  EXPECT_NE(r.error.find("outside the instance data"), std::string::npos) << r.error;
+  EXPECT_FALSE(host().SetProperty(t, "Straddle", Value::Int64(-1)).ok);
 }
 
 TEST_F(MethodCalling, ModulePropertiesGoThroughTheirFunctions) {

@@ -35,7 +35,7 @@ TEST_F(RegistrationLayout, EveryLayoutReadsTheSameTablesAndGetsTheOffset) {
     EXPECT_EQ(thing->layoutVersion, c.layout);
     EXPECT_EQ(thing->dataSize, 48u);  // 5 words, rounded up to 16
     EXPECT_EQ(thing->record[4], static_cast<RBWord>(kREALObjectHeaderSize));
-    ASSERT_EQ(thing->properties.size(), 6u);
+    ASSERT_EQ(thing->properties.size(), 7u);
     EXPECT_TRUE(thing->properties[0].storedGetter);
     EXPECT_EQ(thing->properties[1].param, sizeof(RBWord));
     EXPECT_FALSE(thing->properties[4].storedGetter);

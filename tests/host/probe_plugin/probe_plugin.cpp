@@ -638,6 +638,9 @@ REALproperty gThingProperties[] = {
     {nullptr, "Doubled", "Integer", 6, P(reinterpret_cast<const void*>(&GetDoubled)),
      P(reinterpret_cast<const void*>(&SetDoubled)), 0, {}},
     {nullptr, "Fixed", "Integer", 6, REALstandardGetter, nullptr, 0, {}},
+    // Declared across the end of the instance data, as a faulty table would.
+    {nullptr, "Straddle", "Int64", 6, REALstandardGetter, REALstandardSetter,
+     (5 * sizeof(RBWord) + 15) / 16 * 16 - 4, {}},
 };
 
 REALmethodDefinition gThingMethods[] = {
