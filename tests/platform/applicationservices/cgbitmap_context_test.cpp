@@ -48,6 +48,7 @@ TEST_F(CGBitmapContextTest, CGBitmapContext_FillRectCoversPixelCentresFromTheLow
   EXPECT_EQ(255, px.at(2, 3, 4, 4)[2]);
   CGContextFillRect(c, CGRectMake(-100, -100, 1e9, 1e9));
   EXPECT_EQ(255, px.at(0, 0, 4, 4)[2]);
+  for (size_t y = 0; y < 4; ++y) EXPECT_EQ(0, px.at(3, y, 4, 4)[2]) << "the padding after row " << y;
   // Rectangles that are not numbers paint nothing.
   CGContextSetRGBFillColor(c, 0, 1, 0, 1);
   CGContextFillRect(c, CGRectMake(INFINITY, 0, -INFINITY, 1));

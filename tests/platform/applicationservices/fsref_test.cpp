@@ -56,6 +56,9 @@ TEST_F(FSRefTest, FSPathMakeRef_MissingItemsAreNotFound) {
   ASSERT_EQ(0, symlink(dir.file("missing").c_str(), dir.file("dangling").c_str()));
   EXPECT_EQ(fnfErr, FSPathMakeRef(reinterpret_cast<const UInt8*>(dir.file("dangling").c_str()), &ref, nullptr));
   EXPECT_EQ(fnfErr, FSPathMakeRef(reinterpret_cast<const UInt8*>(""), &ref, nullptr));
+  // A name longer than any file system takes is a bad name.
+  const std::string tooLong = dir.file(std::string(300, 'n'));
+  EXPECT_EQ(bdNamErr, FSPathMakeRef(reinterpret_cast<const UInt8*>(tooLong.c_str()), &ref, nullptr));
 }
 
 TEST_F(FSRefTest, FSRef_DeletedOrReplacedItemIsNoLongerFound) {
@@ -138,12 +141,21 @@ TEST_F(FSRefTest, FSGetCatalogInfo_EveryMountPointIsTheRootOfItsVolume) {
   struct stat rootStat;
   ASSERT_EQ(0, stat("/", &rootStat));
   int checked = 0;
+  std::vector<std::pair<FSRef, struct stat>> roots;
   for (const char* path : {"/proc", "/sys", "/dev"}) {
     struct stat st;
     if (stat(path, &st) != 0 || st.st_dev == rootStat.st_dev) continue;  // not a mount point here
     SCOPED_TRACE(path);
     ++checked;
     FSRef ref = RefFor(path);
+    // Roots of other file systems often share an inode number; they are
+    // still different items.
+    for (const auto& [other, otherStat] : roots) {
+      if (otherStat.st_ino == st.st_ino) {
+        EXPECT_EQ(errFSRefsDifferent, FSCompareFSRefs(&ref, &other));
+      }
+    }
+    roots.push_back({ref, st});
     FSCatalogInfo info;
     HFSUniStr255 name;
     FSSpec spec;

@@ -149,6 +149,8 @@ TEST_F(FSSpecTest, FSSpec_OfRootNamesTheVolumeRoot) {
   const std::string empty = Pascal("");
   ASSERT_EQ(noErr, FSMakeFSSpec(spec.vRefNum, 2, Name(empty), &spec));
   EXPECT_EQ(1, SInt32{spec.parID});
+  // Nothing is above the root: a partial path cannot climb out of it.
+  EXPECT_EQ(dirNFErr, FSMakeFSSpec(spec.vRefNum, 2, Name(Pascal("::etc")), &spec));
 }
 
 TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
@@ -166,7 +168,7 @@ TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
   FSRef ref;
 
   FSSpec bad;
-  std::memset(&bad, 0, sizeof bad);
+  std::memset(&bad, 'x', sizeof bad);  // a name of 64 'x': one more than the field holds
   bad.vRefNum = folder.volume;
   bad.parID = dirID;
   bad.name[0] = 64;
