@@ -70,6 +70,10 @@ TEST_F(CFDataBytes, MutableDataGrowsZeroFillsAndEdits) {
             std::vector<UInt8>(CFDataGetBytePtr(m), CFDataGetBytePtr(m) + 8));
   CFDataDeleteBytes(m, CFRangeMake(1, 6));
   EXPECT_EQ(2, CFDataGetLength(m));
+  // Ranges that run past the end are ignored, whatever they would replace.
+  CFDataReplaceBytes(m, CFRangeMake(1, 5), mid, 2);
+  CFDataDeleteBytes(m, CFRangeMake(3, 1));
+  EXPECT_EQ(std::vector<UInt8>({9, 7}), std::vector<UInt8>(CFDataGetBytePtr(m), CFDataGetBytePtr(m) + CFDataGetLength(m)));
   CFDataGetMutableBytePtr(m)[0] = 1;
   EXPECT_EQ(1, CFDataGetBytePtr(m)[0]);
   CFMutableDataRef copy = CFDataCreateMutableCopy(nullptr, 0, m);

@@ -113,6 +113,15 @@ TEST_F(CFStringEncodings, GetCStringNeedsRoomForTheTerminator) {
   EXPECT_FALSE(CFStringGetCString(e, three, sizeof three, kCFStringEncodingASCII));
   EXPECT_FALSE(CFStringGetCString(e, nullptr, 10, kCFStringEncodingUTF8));
   EXPECT_FALSE(CFStringGetCString(e, three, 0, kCFStringEncodingUTF8));
+
+  // A Pascal string's length is one byte: at most 255 bytes, whatever the buffer.
+  unsigned char pascal[600];
+  Owned<CFStringRef> longest(NewString(std::string(255, 'p').c_str()));
+  Owned<CFStringRef> tooLong(NewString(std::string(256, 'p').c_str()));
+  ASSERT_TRUE(CFStringGetPascalString(longest, pascal, sizeof pascal, kCFStringEncodingMacRoman));
+  EXPECT_EQ(255, pascal[0]);
+  EXPECT_FALSE(CFStringGetPascalString(tooLong, pascal, sizeof pascal, kCFStringEncodingMacRoman));
+  EXPECT_FALSE(CFStringGetPascalString(s, pascal, 100, kCFStringEncodingMacRoman));  // 100 + length byte
 }
 
 TEST_F(CFStringEncodings, EmptyStringsAndLeadingNulAreKept) {
