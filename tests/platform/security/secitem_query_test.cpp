@@ -1,6 +1,22 @@
 // The item-query calls: what SecItemAdd stores, the shapes SecItemCopyMatching
 // returns, and how many items SecItemUpdate and SecItemDelete touch.
+#include <string.h>
+
 #include "keychain_fixture.h"
+
+// The library wipes every copy of a secret it makes. To see the wipes, this
+// program defines the wipe function itself and exports it, so the library
+// binds to it; it records whether a watched secret was among the bytes wiped.
+namespace {
+std::string gWatchedSecret;
+bool gWatchedSecretWiped = false;
+}  // namespace
+
+extern "C" void sodium_memzero(void* p, size_t n) {
+  if (!gWatchedSecret.empty() && memmem(p, n, gWatchedSecret.data(), gWatchedSecret.size()))
+    gWatchedSecretWiped = true;
+  explicit_bzero(p, n);
+}
 
 namespace sectest {
 namespace {
@@ -200,7 +216,10 @@ TEST_F(ItemQueries, AddStoresAttributesAndReturnsTheRequestedShape) {
   add.Str(CFSTR("unknown key"), "ignored");
   add.Set(kSecReturnAttributes, kCFBooleanTrue);
   CFTypeRef r = nullptr;
+  gWatchedSecret = "typed as text";
   ASSERT_EQ(SecItemAdd(add.get(), &r), errSecSuccess);
+  EXPECT_TRUE(gWatchedSecretWiped) << "the copy of a text secret outlived the call";
+  gWatchedSecret.clear();
   ASSERT_EQ(CFGetTypeID(r), CFDictionaryGetTypeID());
   CFDictionaryRef a = (CFDictionaryRef)r;
   EXPECT_TRUE(CFEqual(CFDictionaryGetValue(a, kSecClass), kSecClassInternetPassword));
