@@ -1,6 +1,8 @@
 // The shared plug-in test fixture.
 #include "plugin_fixture.h"
 
+#include <Security/SecLiveContent.h>
+
 namespace kc_plugin_test {
 
 void PluginTest::SetUp() { StartHost(HostOptions()); }
@@ -14,6 +16,7 @@ void PluginTest::StartHost(const HostOptions &options) {
   ASSERT_TRUE(host_->Load(KC_PLUGIN_PATH, &error)) << error;
   baseObjects_ = host_->LiveObjects();
   baseStrings_ = host_->LiveStrings();
+  baseContent_ = SecLiveContentGetCount();
 }
 
 void PluginTest::TearDown() {
@@ -27,6 +30,9 @@ void PluginTest::ExpectNothingLeaked() {
   EXPECT_EQ(host_->BadReleases(), 0u);
   for (const std::string &problem : host_->Problems()) ADD_FAILURE() << problem;
   EXPECT_EQ(cfBefore_->DiffNow(), "") << "CoreFoundation objects leaked";
+  // Secrets and attribute values the framework handed over were freed, and
+  // so wiped.
+  EXPECT_EQ(SecLiveContentGetCount(), baseContent_) << "framework content buffers leaked";
 }
 
 Value PluginTest::Shared(const std::string &declaration, const std::vector<Arg> &args) {

@@ -26,8 +26,9 @@ constexpr const char *kModule = "KeychainManagerZNQ";
 
 // A test with a fresh keychain home and a host that has loaded the plug-in.
 // TearDown checks that the host holds no more values than after loading and
-// that no CoreFoundation object outlived the test; values a test keeps must
-// therefore be gone by then (locals of the test body are).
+// that no CoreFoundation object and no framework content buffer outlived the
+// test; values a test keeps must therefore be gone by then (locals of the
+// test body are).
 class PluginTest : public ::testing::Test {
  protected:
   void SetUp() override;
@@ -61,6 +62,7 @@ class PluginTest : public ::testing::Test {
   std::unique_ptr<Host> host_;
   size_t baseObjects_ = 0;
   size_t baseStrings_ = 0;
+  uint32_t baseContent_ = 0;
   std::unique_ptr<kc_test::CFLiveObjectsSnapshot> cfBefore_;
 };
 

@@ -14,11 +14,13 @@ void KeychainTest::SetUp() {
   SecKeychainSetUserInteractionAllowed(true);
   SecKeychainSetPreferenceDomain(kSecPreferencesDomainUser);
   live_ = std::make_unique<kc_test::CFLiveObjectsSnapshot>();
+  liveContent_ = SecLiveContentGetCount();
 }
 
 void KeychainTest::TearDown() {
   SecKeychainLockAll();
   EXPECT_EQ(live_->DiffNow(), "") << "objects outlived the test";
+  EXPECT_EQ(SecLiveContentGetCount(), liveContent_) << "content buffers (secrets, attributes) were not freed";
   env_.reset();
   home_.reset();
 }

@@ -1,9 +1,10 @@
 // Shared setup of the Security tests: a private keychain home, the cheap key
 // derivation profile, no way to ask a person anything, and a check that no
-// CoreFoundation or Security object outlives the test.
+// CoreFoundation or Security object, and no content buffer, outlives the test.
 #pragma once
 
 #include <CoreFoundation/CFLiveObjects.h>
+#include <Security/SecLiveContent.h>
 #include <Security/Security.h>
 #include <gtest/gtest.h>
 
@@ -29,6 +30,7 @@ class KeychainTest : public ::testing::Test {
   std::unique_ptr<kc_test::IsolatedKeychainHome> home_;
   std::unique_ptr<kc_test::ScopedEnv> env_;
   std::unique_ptr<kc_test::CFLiveObjectsSnapshot> live_;
+  UInt32 liveContent_ = 0;
 };
 
 // Reads a whole file; empty when it cannot be read.
