@@ -30,6 +30,7 @@ TEST_F(CFArrays, NullCallbacksStoreRawPointers) {
   EXPECT_EQ(&y, CFArrayGetValueAtIndex(a, 1));
   EXPECT_EQ(2, CFArrayGetCountOfValue(a, CFRangeMake(0, 3), &x));
   EXPECT_EQ(2, CFArrayGetLastIndexOfValue(a, CFRangeMake(0, 3), &x));
+  EXPECT_EQ(kCFNotFound, CFArrayGetLastIndexOfValue(a, CFRangeMake(1, 1), &x));  // only inside the range
   EXPECT_EQ(nullptr, CFArrayGetValueAtIndex(a, 3));
   EXPECT_EQ(nullptr, CFArrayGetValueAtIndex(a, -1));
 }

@@ -1,5 +1,7 @@
 // String contents, normalization, comparison, searching, editing,
 // formatting and constant strings.
+#include <climits>
+
 #include "cf_test.h"
 
 namespace cf_test {
@@ -160,6 +162,8 @@ TEST_F(CFStrings, SubstringsSplittingJoiningAndNumbers) {
   EXPECT_TRUE(CFEqual(s, joined));
   EXPECT_EQ(-123, CFStringGetIntValue(CFSTR("  -123xyz")));
   EXPECT_EQ(0, CFStringGetIntValue(CFSTR("abc")));
+  EXPECT_EQ(INT_MAX, CFStringGetIntValue(CFSTR("99999999999")));  // out of range: clamped
+  EXPECT_EQ(INT_MIN, CFStringGetIntValue(CFSTR("-99999999999")));
   EXPECT_DOUBLE_EQ(2.5, CFStringGetDoubleValue(CFSTR("2.5")));
   UniChar buf[3] = {0, 0, 0};
   CFStringGetCharacters(s, CFRangeMake(4, 5), buf);  // bad range: untouched

@@ -38,7 +38,13 @@ TEST_F(CFURLs, FileURLOfAnAccentedPathEscapesUTF8AndRoundTrips) {
   UInt8 fs[PATH_MAX];
   ASSERT_TRUE(CFURLGetFileSystemRepresentation(u, true, fs, sizeof fs));
   EXPECT_STREQ("/tmp/caf\xC3\xA9 menu.txt", reinterpret_cast<char*>(fs));
+  const CFIndex length = static_cast<CFIndex>(strlen(reinterpret_cast<char*>(fs)));
   EXPECT_FALSE(CFURLGetFileSystemRepresentation(u, true, fs, 5));
+  EXPECT_FALSE(CFURLGetFileSystemRepresentation(u, true, fs, length));  // no room for the NUL
+  // An escaped NUL would cut the name short: such a URL has no file name.
+  Owned<CFURLRef> nul(CFURLCreateWithString(nullptr, CFSTR("file:///tmp/a%00b"), nullptr));
+  ASSERT_NE(nullptr, nul.get());
+  EXPECT_FALSE(CFURLGetFileSystemRepresentation(nul, true, fs, sizeof fs));
   Owned<CFURLRef> back(CFURLCreateFromFileSystemRepresentation(nullptr, fs, static_cast<CFIndex>(strlen((char*)fs)), false));
   EXPECT_TRUE(CFEqual(u, back));
   EXPECT_EQ(CFHash(u), CFHash(back));
