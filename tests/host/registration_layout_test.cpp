@@ -23,7 +23,7 @@ TEST_F(RegistrationLayout, EveryLayoutReadsTheSameTablesAndGetsTheOffset) {
     const plugin_host::DefinitionInfo* mod = host().Module(kModule);
     ASSERT_NE(mod, nullptr);
     EXPECT_EQ(mod->layoutVersion, c.layout);
-    EXPECT_EQ(mod->methods.size(), 57u);
+    EXPECT_EQ(mod->methods.size(), 55u);
     EXPECT_EQ(mod->methods[0].declaration, "Echo(s as string) as string");
     EXPECT_EQ(mod->methods.back().declaration, "Destructed as integer");
     EXPECT_EQ(mod->properties.size(), 2u);

@@ -1,41 +1,12 @@
 // KeychainItemZNQ driven as a host program drives it: attributes and the
 // secret read and written, the item class, the item's keychain, persistent
-// references (also in a fresh host and in another process), deletion and
+// references (also in a fresh host), deletion and
 // what every method reports afterwards. What the plug-in stored is checked
 // by reading the item directly through the framework.
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdio>
-#include <cstdlib>
-
 #include "keychain_class_fixture.h"
-
-extern char **environ;
 
 namespace kc_plugin_test {
 namespace {
-
-constexpr const char *kChildReference = "KC_ITEM_TEST_REFERENCE";
-constexpr const char *kChildKeychain = "KC_ITEM_TEST_KEYCHAIN";
-
-std::string Hex(const std::string &bytes) {
-  static const char digits[] = "0123456789abcdef";
-  std::string out;
-  for (unsigned char c : bytes) {
-    out += digits[c >> 4];
-    out += digits[c & 15];
-  }
-  return out;
-}
-
-std::string Unhex(const std::string &hex) {
-  std::string out;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) out += static_cast<char>(std::stoi(hex.substr(i, 2), nullptr, 16));
-  return out;
-}
 
 class KeychainItem : public KeychainClassTest {
  protected:
@@ -318,56 +289,6 @@ TEST_F(KeychainItem, PersistentReferenceFindsTheSameItemAgain) {
     EXPECT_EQ(other.LiveObjects(), baseObjects);
     EXPECT_EQ(other.LiveStrings(), baseStrings);
   }
-}
-
-// The reference outlives the process: a child process (this test again, in
-// its child role) resolves it, unlocks the keychain through the plug-in and
-// reads the item.
-TEST_F(KeychainItem, PersistentReferenceSurvivesARestartOfTheProcess) {
-  if (const char *hex = std::getenv(kChildReference)) {
-    Value keychain = Shared(decl::kOpenPath, {Text(std::getenv(kChildKeychain))});
-    Method(keychain, decl::kUnlockWith, {Text("items")});
-    Value item = Shared(decl::kFromReference, {host().MemoryBlock(Unhex(hex))});
-    const RBInteger status = LastError();
-    std::string service, password;
-    if (!item.isNil()) {
-      service = host().StringBytes(Method(item, decl::kService));
-      password = host().MemoryBlockBytes(Method(item, decl::kPassword));
-    }
-    std::printf("\nCHILD-RESULT status=%ld service=%s password=%s\n", static_cast<long>(status),
-                service.c_str(), password.c_str());
-    std::fflush(stdout);
-    return;
-  }
-
-  Value item = NewGenericItem("restart", "ann", "durable");
-  const std::string hex = Hex(host().MemoryBlockBytes(Method(item, decl::kPersistentReference)));
-  ASSERT_FALSE(hex.empty());
-  const std::string filter =
-      std::string("--gtest_filter=") + ::testing::UnitTest::GetInstance()->current_test_suite()->name() +
-      "." + ::testing::UnitTest::GetInstance()->current_test_info()->name();
-  const std::string outPath = home_.root() + "/child.out";
-
-  kc_test::ScopedEnv childEnv;
-  childEnv.Set(kChildReference, hex.c_str());
-  childEnv.Set(kChildKeychain, KeychainPath("items.keychain").c_str());
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  char self[] = "/proc/self/exe";
-  std::vector<char *> argv = {self, const_cast<char *>(filter.c_str()), nullptr};
-  pid_t pid = 0;
-  ASSERT_EQ(posix_spawn(&pid, self, &actions, nullptr, argv.data(), environ), 0);
-  posix_spawn_file_actions_destroy(&actions);
-  int wstatus = 0;
-  ASSERT_EQ(waitpid(pid, &wstatus, 0), pid);
-  EXPECT_TRUE(WIFEXITED(wstatus) && WEXITSTATUS(wstatus) == 0) << "child failed";
-
-  std::ifstream out(outPath);
-  std::string line, result;
-  while (std::getline(out, line))
-    if (line.rfind("CHILD-RESULT ", 0) == 0) result = line;
-  EXPECT_EQ(result, "CHILD-RESULT status=0 service=restart password=durable");
 }
 
 // An item object a program makes itself holds no reference: every method

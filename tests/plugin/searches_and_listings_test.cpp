@@ -217,34 +217,5 @@ TEST_F(SearchesAndListings, AFailingSearchStepEndsTheListingAndReportsIt) {
   EXPECT_EQ(Property(search, "Lasterror"), errSecInvalidKeychain);
 }
 
-// Ten thousand items come back as ten thousand distinct objects, each the
-// only holder of its item.
-TEST_F(SearchesAndListings, AllItemsOfTenThousandItems) {
-  Value big = CreateKeychain("big.keychain", "");
-  SecKeychainRef keychain = HandleOf<SecKeychainRef>(big);
-  constexpr int kItems = 10000;
-  for (int i = 0; i < kItems; ++i) {
-    const std::string account = "user" + std::to_string(i);
-    ASSERT_EQ(SecKeychainAddGenericPassword(keychain, 4, "bulk", static_cast<UInt32>(account.size()),
-                                            account.data(), 2, "pw", nullptr),
-              0);
-  }
-  Value all = Method(big, decl::kAllItems, {Text("genp")});
-  EXPECT_EQ(LastError(), 0);
-  ASSERT_EQ(host().ArrayUBound(all), kItems - 1);
-  std::set<std::string> accounts;
-  std::set<RBInteger> handles;
-  for (RBInteger i = 0; i < kItems; ++i) {
-    Value item = host().ArrayElement(all, i);
-    ASSERT_FALSE(item.isNil());
-    handles.insert(Property(item, "Handle"));
-    EXPECT_EQ(RetainCountOf(item), 1);
-    OSStatus status = 0;
-    accounts.insert(AttributeBytes(HandleOf<SecKeychainItemRef>(item), Code("acct"), &status));
-  }
-  EXPECT_EQ(handles.size(), size_t(kItems));
-  EXPECT_EQ(accounts.size(), size_t(kItems));
-}
-
 }  // namespace
 }  // namespace kc_plugin_test

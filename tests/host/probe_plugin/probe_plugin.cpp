@@ -275,14 +275,6 @@ REALstring PropString(REALobject o, REALstring name, RBBoolean* ok) {
   *ok = get ? get(o, Utf8(name).c_str(), &v) : 0;
   return v;
 }
-RBBoolean SetPropInt(REALobject o, REALstring name, int32_t v) {
-  auto set = HOST(REALSetPropValueInt_fn, "REALSetPropValueInt");
-  return set ? set(o, Utf8(name).c_str(), v) : 0;
-}
-RBBoolean SetPropString(REALobject o, REALstring name, REALstring v) {
-  auto set = HOST(REALSetPropValueString_fn, "REALSetPropValueString");
-  return set ? set(o, Utf8(name).c_str(), v) : 0;
-}
 
 REALobject NewVariant(RBInteger kind, int64_t i, double d, REALstring s) {
   switch (kind) {
@@ -539,8 +531,6 @@ REALmethodDefinition gModuleMethods[] = {
     M(PropDouble, "PropDouble(o as Object, name as string, byref ok as boolean) as Double"),
     M(PropSingle, "PropSingle(o as Object, name as string, byref ok as boolean) as Single"),
     M(PropString, "PropString(o as Object, name as string, byref ok as boolean) as String"),
-    M(SetPropInt, "SetPropInt(o as Object, name as string, v as Int32) as boolean"),
-    M(SetPropString, "SetPropString(o as Object, name as string, v as string) as boolean"),
     M(NewVariant, "NewVariant(kind as integer, i as Int64, d as double, s as string) as Variant"),
     M(VarTypeOf, "VarTypeOf(v as Variant) as Int32"),
     M(VariantText, "VariantText(v as Variant) as string"),
