@@ -3,6 +3,7 @@
 // against a real keychain; what reached the keychain is read back directly
 // through the framework.
 #include <cstring>
+#include <deque>
 
 #include "internet_call_recorder.h"
 #include "keychain_class_fixture.h"
@@ -18,6 +19,7 @@ class PasswordLookup : public KeychainClassTest {
   }
   void TearDown() override {
     keychain_.reset();
+    held_.clear();
     KeychainClassTest::TearDown();
   }
 
@@ -51,11 +53,25 @@ class PasswordLookup : public KeychainClassTest {
     return status;
   }
 
+  // The arguments naming an internet item with no domain and no path, then
+  // any that follow (a password, a by-reference block).
+  std::vector<Arg> Inet(const std::string &server, RBInteger port, const std::string &protocol = "http",
+                        const std::string &account = "", std::vector<Arg> more = {}) {
+    std::vector<Arg> args;
+    for (Value v : {Text(server), Text(""), Text(account), Text(""), Value::Integer(port), Text(protocol), Text("dflt")}) {
+      held_.push_back(std::move(v));  // an argument refers to its value, which must outlive the call
+      args.push_back(held_.back());
+    }
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
+  }
+
   std::string PersistentBytes(const Value &item) {
     return host().MemoryBlockBytes(Method(item, decl::kPersistentReference));
   }
 
   Value keychain_;
+  std::deque<Value> held_;
 };
 
 // One function serves both forms: the same item, the same module status,
@@ -219,13 +235,9 @@ TEST_F(PasswordLookup, EmptyTextsReachTheFrameworkInTheFormEachCallTakes) {
 
 // The port is cut to its low 16 bits: 65616 is 80 and -1 is 65535.
 TEST_F(PasswordLookup, PortsAreCutToSixteenBits) {
-  Value eighty = Method(keychain_, decl::kAddInternetText,
-                        {Text("wrap.example"), Text(""), Text("ann"), Text(""), Value::Integer(65616),
-                         Text("http"), Text("dflt"), Text("p80")});
+  Value eighty = Method(keychain_, decl::kAddInternetText, Inet("wrap.example", 65616, "http", "ann", {Text("p80")}));
   ASSERT_FALSE(eighty.isNil());
-  Value top = Method(keychain_, decl::kAddInternetText,
-                     {Text("top.example"), Text(""), Text("ann"), Text(""), Value::Integer(-1), Text("http"),
-                      Text("dflt"), Text("p65535")});
+  Value top = Method(keychain_, decl::kAddInternetText, Inet("top.example", -1, "http", "ann", {Text("p65535")}));
   ASSERT_FALSE(top.isNil());
 
   std::string secret;
@@ -236,18 +248,10 @@ TEST_F(PasswordLookup, PortsAreCutToSixteenBits) {
 
   // Finds cut the same way.
   for (RBInteger port : {RBInteger(80), RBInteger(65616), RBInteger(65536 * 7 + 80)}) {
-    EXPECT_FALSE(Method(keychain_, decl::kFindInternetItem,
-                        {Text("wrap.example"), Text(""), Text(""), Text(""), Value::Integer(port), Text("http"),
-                         Text("dflt")})
-                     .isNil())
-        << port;
+    EXPECT_FALSE(Method(keychain_, decl::kFindInternetItem, Inet("wrap.example", port)).isNil()) << port;
   }
-  EXPECT_FALSE(Method(keychain_, decl::kFindInternetItem,
-                      {Text("top.example"), Text(""), Text(""), Text(""), Value::Integer(-1), Text("http"), Text("dflt")})
-                   .isNil());
-  EXPECT_TRUE(Method(keychain_, decl::kFindInternetItem,
-                     {Text("wrap.example"), Text(""), Text(""), Text(""), Value::Integer(81), Text("http"), Text("dflt")})
-                  .isNil());
+  EXPECT_FALSE(Method(keychain_, decl::kFindInternetItem, Inet("top.example", -1)).isNil());
+  EXPECT_TRUE(Method(keychain_, decl::kFindInternetItem, Inet("wrap.example", 81)).isNil());
 }
 
 // An empty protocol or authentication type is four blanks, not 0 ("any").
@@ -265,9 +269,7 @@ TEST_F(PasswordLookup, EmptyCodesAreFourBlanksNotAny) {
   EXPECT_EQ(DirectInternet("blank.example", 21, Code("    "), Code("    "), &secret), 0);
   // A find with empty codes asks for blanks too, so it misses an item stored
   // with real ones.
-  Value other = Method(keychain_, decl::kAddInternetText,
-                       {Text("coded.example"), Text(""), Text("ann"), Text(""), Value::Integer(21), Text("ftp "),
-                        Text("dflt"), Text("x")});
+  Value other = Method(keychain_, decl::kAddInternetText, Inet("coded.example", 21, "ftp ", "ann", {Text("x")}));
   ASSERT_FALSE(other.isNil());
   EXPECT_TRUE(Method(keychain_, decl::kFindInternetItem,
                      {Text("coded.example"), Text(""), Text(""), Text(""), Value::Integer(21), Text(""), Text("")})
@@ -287,15 +289,11 @@ TEST_F(PasswordLookup, ByReferenceBlocksAreReplacedNeverReused) {
 
   for (bool internet : {false, true}) {
     if (internet) {
-      ASSERT_FALSE(Method(keychain_, decl::kAddInternetText,
-                          {Text("byref.example"), Text(""), Text("ann"), Text(""), Value::Integer(0), Text("http"),
-                           Text("dflt"), Text("first")})
-                       .isNil());
+      ASSERT_FALSE(Method(keychain_, decl::kAddInternetText, Inet("byref.example", 0, "http", "ann", {Text("first")})).isNil());
     }
     auto find = [&](const std::string &account, Value &password) {
       return internet ? Method(keychain_, decl::kFindInternetPassword,
-                               {Text("byref.example"), Text(""), Text(account), Text(""), Value::Integer(0),
-                                Text("http"), Text("dflt"), Arg::ByRef(password)})
+                               Inet("byref.example", 0, "http", account, {Arg::ByRef(password)}))
                       : Method(keychain_, decl::kFindGenericPassword, {Text("byref"), Text(account), Arg::ByRef(password)});
     };
 
@@ -355,13 +353,9 @@ TEST_F(PasswordLookup, PasswordArgumentsReachTheKeychainAsGiven) {
   }
 
   // The same for internet passwords.
-  Value nilBlock = Method(keychain_, decl::kAddInternetBlock,
-                          {Text("nil.example"), Text(""), Text("ann"), Text(""), Value::Integer(1), Text("http"),
-                           Text("dflt"), Value()});
+  Value nilBlock = Method(keychain_, decl::kAddInternetBlock, Inet("nil.example", 1, "http", "ann", {Value()}));
   ASSERT_FALSE(nilBlock.isNil());
-  Value text = Method(keychain_, decl::kAddInternetText,
-                      {Text("text.example"), Text(""), Text("ann"), Text(""), Value::Integer(1), Text("http"),
-                       Text("dflt"), Text("\xE2\x82\xAC")});
+  Value text = Method(keychain_, decl::kAddInternetText, Inet("text.example", 1, "http", "ann", {Text("\xE2\x82\xAC")}));
   ASSERT_FALSE(text.isNil());
   std::string secret;
   bool hasData = true;
@@ -375,18 +369,13 @@ TEST_F(PasswordLookup, PasswordArgumentsReachTheKeychainAsGiven) {
 // locked keychain with prompts off; the finds with one are refused there.
 TEST_F(PasswordLookup, ItemFindsDoNotReadTheSecret) {
   ASSERT_FALSE(Method(keychain_, decl::kAddGenericText, {Text("vault"), Text("ann"), Text("pw")}).isNil());
-  ASSERT_FALSE(Method(keychain_, decl::kAddInternetText,
-                      {Text("vault.example"), Text(""), Text("ann"), Text(""), Value::Integer(0), Text("http"),
-                       Text("dflt"), Text("pw")})
-                   .isNil());
+  ASSERT_FALSE(Method(keychain_, decl::kAddInternetText, Inet("vault.example", 0, "http", "ann", {Text("pw")})).isNil());
   Method(keychain_, decl::kLock);
   NoUserInteraction quiet;
 
   EXPECT_FALSE(Method(keychain_, decl::kFindGenericItem, {Text("vault"), Text("ann")}).isNil());
   EXPECT_EQ(LastError(), 0);
-  EXPECT_FALSE(Method(keychain_, decl::kFindInternetItem,
-                      {Text("vault.example"), Text(""), Text(""), Text(""), Value::Integer(0), Text("http"), Text("dflt")})
-                   .isNil());
+  EXPECT_FALSE(Method(keychain_, decl::kFindInternetItem, Inet("vault.example", 0)).isNil());
   EXPECT_EQ(LastError(), 0);
 
   Value password = host().MemoryBlock("old");
@@ -394,9 +383,7 @@ TEST_F(PasswordLookup, ItemFindsDoNotReadTheSecret) {
   EXPECT_EQ(LastError(), errSecAuthFailed);
   EXPECT_TRUE(password.isNil());
   password = host().MemoryBlock("old");
-  EXPECT_TRUE(Method(keychain_, decl::kFindInternetPassword,
-                     {Text("vault.example"), Text(""), Text(""), Text(""), Value::Integer(0), Text("http"),
-                      Text("dflt"), Arg::ByRef(password)})
+  EXPECT_TRUE(Method(keychain_, decl::kFindInternetPassword, Inet("vault.example", 0, "http", "", {Arg::ByRef(password)}))
                   .isNil());
   EXPECT_EQ(LastError(), errSecAuthFailed);
   EXPECT_TRUE(password.isNil());
