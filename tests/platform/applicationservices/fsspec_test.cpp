@@ -167,8 +167,14 @@ TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
 
   FSRef ref;
 
-  FSSpec bad;
-  std::memset(&bad, 'x', sizeof bad);  // a name of 64 'x': one more than the field holds
+  // A name of 64 'x': one more than the field holds, the last byte taken
+  // from whatever follows the spec in memory (here an 'x' too).
+  struct {
+    FSSpec spec;
+    unsigned char after[8];
+  } padded;
+  std::memset(&padded, 'x', sizeof padded);
+  FSSpec& bad = padded.spec;
   bad.vRefNum = folder.volume;
   bad.parID = dirID;
   bad.name[0] = 64;
