@@ -153,34 +153,6 @@ TEST_F(ItemQueries, ItemsAddedFromDictionariesReadBackEveryWay) {
   EXPECT_EQ(LastError(), errSecItemNotFound);
 }
 
-// The two interfaces share one keychain: each finds what the other added,
-// with the same secret bytes.
-TEST_F(ItemQueries, ClassicFindsAndDictionaryQueriesSeeTheSameItems) {
-  const std::string binary("\x00\x01\xFFpw", 5);
-  ASSERT_FALSE(Method(keychain_, decl::kAddGenericBlock, {Text("classic"), Text("ann"), host().MemoryBlock(binary)}).isNil());
-  Value secret;
-  EXPECT_TRUE(Shared(decl::kGetPassword, {Generic("classic", "ann"), Arg::ByRef(secret)}).boolean());
-  EXPECT_EQ(host().MemoryBlockBytes(secret), binary);
-
-  Value added = Generic("modern", "bob");
-  host().DictionarySet(added, host().Variant(Name("kSecValueData")), host().MemoryBlock(binary));
-  ASSERT_TRUE(Shared(decl::kAddItem, {keychain_, added}).boolean());
-  EXPECT_EQ(ClassicGeneric(keychain_, "modern", "bob"), binary);
-
-  ASSERT_FALSE(Method(keychain_, decl::kAddInternetBlock,
-                      {Text("web.example"), Text(""), Text("cat"), Text(""), Value::Integer(8080), Text("http"),
-                       Text("form"), host().MemoryBlock(binary)})
-                   .isNil());
-  Value web = Query({{"kSecClass", Name("kSecClassInternetPassword")},
-                     {"kSecAttrServer", Text("web.example")},
-                     {"kSecAttrPort", Value::Int32(8080)},
-                     {"kSecAttrProtocol", Name("kSecAttrProtocolHTTP")},
-                     {"kSecAttrAccount", Text("cat")}});
-  Value password;
-  EXPECT_TRUE(Shared(decl::kGetPassword, {web, Arg::ByRef(password)}).boolean());
-  EXPECT_EQ(host().MemoryBlockBytes(password), binary);
-}
-
 // Keychains, items and keychain lists given as this plug-in's objects reach
 // the framework as the references they hold.
 TEST_F(ItemQueries, PlugInObjectsInQueriesAreTheirReferences) {

@@ -1,5 +1,5 @@
 // KeychainItemZNQ driven as a host program drives it: attributes and the
-// secret read and written, the item class, the item's keychain, persistent
+// secret read and written, the item class, persistent
 // references (also in a fresh host), deletion and
 // what every method reports afterwards. What the plug-in stored is checked
 // by reading the item directly through the framework.
@@ -215,17 +215,6 @@ TEST_F(KeychainItem, InternetItemsHaveServerAttributesButNoService) {
   AssignMethod(item, decl::kService, {}, Text("svc"));
   EXPECT_EQ(Property(item, "Lasterror"), errSecNoSuchAttr);
   EXPECT_EQ(host().MemoryBlockBytes(Method(item, decl::kPassword)), "pw");
-}
-
-// The item's keychain is a new KeychainZNQ for the same keychain.
-TEST_F(KeychainItem, KeychainWrapsTheItemsOwnKeychain) {
-  Value item = NewGenericItem("whose", "ann", "pw");
-  Value keychain = Method(item, decl::kKeychain);
-  EXPECT_EQ(Property(item, "Lasterror"), 0);
-  ASSERT_FALSE(keychain.isNil());
-  EXPECT_NE(keychain.object(), keychain_.object());
-  EXPECT_EQ(host().StringBytes(Method(keychain, decl::kPath)), KeychainPath("items.keychain"));
-  EXPECT_EQ(Property(keychain, "Lasterror"), 0);
 }
 
 // Items from adds, finds and persistent references each own one retain.

@@ -1,11 +1,12 @@
 // KeychainZNQ driven as a host program drives it, against real keychain files:
 // the default keychain, opening by path and by folder item, locking and
 // unlocking, status, path and name, lock settings, deletion, the default
-// keychain, the framework version, and the one reference each object owns.
+// keychain, and the one reference each object owns.
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <functional>
+#include <tuple>
 
 #include "keychain_class_fixture.h"
 
@@ -14,51 +15,28 @@ namespace {
 
 class KeychainObject : public KeychainClassTest {};
 
-TEST_F(KeychainObject, DefaultIsTheLoginKeychainMadeOnFirstUse) {
-  Value keychain = Shared(decl::kDefault);
-  EXPECT_EQ(LastError(), 0);
-  ASSERT_FALSE(keychain.isNil());
-  EXPECT_EQ(host().ClassName(keychain), "KeychainZNQ");
-  EXPECT_EQ(Property(keychain, "Lasterror"), 0) << "a new object starts at 0";
-
-  Value path = Method(keychain, decl::kPath);
-  EXPECT_EQ(Property(keychain, "Lasterror"), 0);
-  EXPECT_EQ(host().StringBytes(path), home_.userDomainDir() + "/login.keychain-db");
-  EXPECT_EQ(host().StringEncoding(path), kEncodingUTF8);
-  EXPECT_EQ(host().StringBytes(Method(keychain, decl::kName)), "login");
-  EXPECT_EQ(Method(keychain, decl::kStatus).integer(), 7) << "created unlocked and writable";
-  EXPECT_TRUE(Method(keychain, decl::kIsUnlocked).boolean());
-
-  // A second request wraps the same keychain again.
-  Value again = Shared(decl::kDefault);
-  EXPECT_EQ(host().StringBytes(Method(again, decl::kPath)), host().StringBytes(path));
-}
-
-TEST_F(KeychainObject, VersionIsTheFrameworksAndSetsLastError) {
-  EXPECT_TRUE(Method(Shared(decl::kDefault), decl::kFindGenericItem, {Text("none"), Text("none")}).isNil());
-  ASSERT_EQ(LastError(), errSecItemNotFound);
-  Value version = Shared(decl::kVersion);
-  EXPECT_EQ(version.integer(), 0x02028000);
-  EXPECT_EQ(LastError(), 0);
-}
-
-// Every object a shared method makes holds exactly one retain on its
-// reference, and gives exactly that one back when the host destroys it.
+// Every object a method makes wraps the keychain it names (the default is
+// the login keychain, made on first use) and holds exactly one retain on its
+// reference, given back when the host destroys it.
 TEST_F(KeychainObject, EachObjectReleasesItsReferenceExactlyOnce) {
   Value created = CreateKeychain("owned.keychain", "pw");
   const std::string path = KeychainPath("owned.keychain");
   Value item = Method(created, decl::kAddGenericText, {Text("svc"), Text("acct"), Text("pw")});
   ASSERT_FALSE(item.isNil());
 
-  const std::vector<std::pair<const char *, std::function<Value()>>> makers = {
-      {"Default", [&] { return Shared(decl::kDefault); }},
-      {"Open(path)", [&] { return Shared(decl::kOpenPath, {Text(path)}); }},
-      {"Open(file)", [&] { return Shared(decl::kOpenFile, {host().FolderItem(path)}); }},
-      {"item Keychain", [&] { return Method(item, decl::kKeychain); }},
+  const std::string login = home_.userDomainDir() + "/login.keychain-db";
+  const std::vector<std::tuple<const char *, std::function<Value()>, std::string>> makers = {
+      {"Default", [&] { return Shared(decl::kDefault); }, login},
+      {"Open(path)", [&] { return Shared(decl::kOpenPath, {Text(path)}); }, path},
+      {"Open(file)", [&] { return Shared(decl::kOpenFile, {host().FolderItem(path)}); }, path},
+      {"item Keychain", [&] { return Method(item, decl::kKeychain); }, path},
   };
-  for (const auto &[what, make] : makers) {
+  for (const auto &[what, make, named] : makers) {
     Value keychain = make();
     ASSERT_FALSE(keychain.isNil()) << what;
+    EXPECT_NE(keychain.object(), created.object()) << what;
+    EXPECT_EQ(host().StringBytes(Method(keychain, decl::kPath)), named) << what;
+    EXPECT_EQ(Property(keychain, "Lasterror"), 0) << what;
     CFTypeRef reference = HandleOf<CFTypeRef>(keychain);
     ASSERT_NE(reference, nullptr) << what;
     CFRetain(reference);
