@@ -125,7 +125,8 @@ OSStatus SecKeychainItemCopyKeychain(SecKeychainItemRef itemRef, SecKeychainRef*
 
 OSStatus SecKeychainItemCreatePersistentReference(SecKeychainItemRef itemRef,
                                                   CFDataRef* persistentItemRef) {
-  if (!persistentItemRef || !IsItem(itemRef)) return errSecParam;
+  if (!persistentItemRef || !itemRef) return errSecParam;
+  if (!IsItem(itemRef)) return errSecInvalidItemRef;
   return CreatePersistentRef(itemRef, persistentItemRef);
 }
 

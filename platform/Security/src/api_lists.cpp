@@ -33,12 +33,13 @@ CFArrayRef MakeArray(const std::vector<SecKeychainRef>& list) {
   return array;
 }
 
-// Paths of an array of keychains; errSecParam when it holds anything else.
+// Paths of an array of keychains: errSecParam when it is no array,
+// errSecInvalidKeychain when it holds anything but keychains.
 OSStatus PathsOf(CFArrayRef searchList, std::vector<std::string>* out) {
   if (!searchList || CFGetTypeID(searchList) != CFArrayGetTypeID()) return errSecParam;
   for (CFIndex i = 0, n = CFArrayGetCount(searchList); i < n; ++i) {
     CFTypeRef v = CFArrayGetValueAtIndex(searchList, i);
-    if (!IsKeychain(v)) return errSecParam;
+    if (!IsKeychain(v)) return errSecInvalidKeychain;
     const std::string& p = KeychainPath((SecKeychainRef)v);
     if (std::find(out->begin(), out->end(), p) == out->end()) out->push_back(p);
   }
@@ -66,7 +67,7 @@ OSStatus SecKeychainCopyDefault(SecKeychainRef* keychain) {
 }
 
 OSStatus SecKeychainSetDefault(SecKeychainRef keychain) {
-  if (keychain && !IsKeychain(keychain)) return errSecParam;
+  if (keychain && !IsKeychain(keychain)) return errSecInvalidKeychain;
   SecKeychainRef kc = nullptr;
   OSStatus status = keychain ? errSecSuccess : CopyDefaultKeychain(&kc);
   if (status != errSecSuccess) return status;
@@ -127,7 +128,7 @@ OSStatus SecKeychainCopyDomainDefault(SecPreferencesDomain domain, SecKeychainRe
 
 OSStatus SecKeychainSetDomainDefault(SecPreferencesDomain domain, SecKeychainRef keychain) {
   if (!ValidSavedDomain(domain)) return errSecInvalidPrefsDomain;
-  if (keychain && !IsKeychain(keychain)) return errSecParam;
+  if (keychain && !IsKeychain(keychain)) return errSecInvalidKeychain;
   DomainPrefs prefs = ReadDomainPrefs(domain);
   if (keychain) {
     OSStatus status = CheckCanBeDefault(keychain);

@@ -75,7 +75,7 @@ OSStatus SecKeychainAddGenericPassword(SecKeychainRef keychain, UInt32 serviceNa
                                        const char* accountName, UInt32 passwordLength,
                                        const void* passwordData, SecKeychainItemRef* itemRef) {
   if (passwordLength && !passwordData) return errSecParam;
-  if (keychain && !IsKeychain(keychain)) return errSecParam;
+  if (keychain && !IsKeychain(keychain)) return errSecInvalidKeychain;
   ItemRow row;
   row.itemClass = kClassGenericPassword;
   SetBlob(&row, FourCC("svce"), serviceName, serviceNameLength);
@@ -93,7 +93,7 @@ OSStatus SecKeychainAddInternetPassword(SecKeychainRef keychain, UInt32 serverNa
                                         UInt32 passwordLength, const void* passwordData,
                                         SecKeychainItemRef* itemRef) {
   if (passwordLength && !passwordData) return errSecParam;
-  if (keychain && !IsKeychain(keychain)) return errSecParam;
+  if (keychain && !IsKeychain(keychain)) return errSecInvalidKeychain;
   ItemRow row;
   row.itemClass = kClassInternetPassword;
   SetBlob(&row, FourCC("srvr"), serverName, serverNameLength);

@@ -68,7 +68,7 @@ TEST_F(KeychainDomains, SetDefaultNeedsAnExistingOwnedFile) {
   EXPECT_EQ(st, 3u);  // unlocked and readable, not writable
   chmod(PathIn("mine.keychain").c_str(), 0600);
   EXPECT_EQ(SecKeychainSetDefault(nullptr), errSecSuccess);
-  EXPECT_EQ(SecKeychainSetDefault((SecKeychainRef)kCFBooleanTrue), errSecParam);
+  EXPECT_EQ(SecKeychainSetDefault((SecKeychainRef)kCFBooleanTrue), errSecInvalidKeychain);
   CFRelease(ghost);
   CFRelease(kc);
 }
