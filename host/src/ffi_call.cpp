@@ -121,6 +121,20 @@ static const char* KindName(Kind k) {
   return "?";
 }
 
+// Whether an object passed for an array parameter is an array whose
+// elements are of the declared kind, as a typed host language only lets
+// through: strings for "x() as String", objects for a class, scalars for
+// the others.
+bool ArrayFits(REALobject obj, const TypeRef& type) {
+  Runtime* rt = Runtime::Current();
+  ObjState* st = rt ? rt->StateOfKind(obj, Builtin::Array) : nullptr;
+  if (st == nullptr) return false;
+  const Category element = ResolveType(type.name, false).category;
+  if (element == Category::String) return st->elemType == kREALArrayString;
+  if (element == Category::Object) return st->elemType == kREALArrayObject;
+  return st->elemType != kREALArrayString && st->elemType != kREALArrayObject;
+}
+
 bool ToC(const Value& v, const TypeRef& type, void* buf, std::string* error) {
   std::memset(buf, 0, 16);
   bool ok = false;
@@ -132,7 +146,9 @@ bool ToC(const Value& v, const TypeRef& type, void* buf, std::string* error) {
     case Category::Real: ok = v.kind() == Kind::Single || v.kind() == Kind::Double; break;
     case Category::Color: ok = v.kind() == Kind::Color; break;
     case Category::String: ok = v.kind() == Kind::String || v.isNil(); break;
-    case Category::Object: ok = v.kind() == Kind::Object || v.isNil(); break;
+    case Category::Object:
+      ok = v.isNil() || (v.kind() == Kind::Object && (!type.array || ArrayFits(v.object(), type)));
+      break;
     case Category::None: ok = false; break;
   }
   if (!ok) {
