@@ -10,6 +10,7 @@
 #include <string.h>
 
 #include "convert/dictionary_methods.h"
+#include "convert/nesting.h"
 #include "convert/string_convert.h"
 #include "frame/host_arrays.h"
 #include "frame/host_functions.h"
@@ -272,7 +273,8 @@ REALobject Convert(CFTypeRef value, const TypeRow &row) {
 }  // namespace
 
 REALobject GetCFTypeAsVariant(CFTypeRef value) {
-  if (value == nullptr || value == kCFNull) return nullptr;
+  if (value == nullptr || value == kCFNull || ConversionNesting::Full()) return nullptr;
+  const ConversionNesting level;
   const CFTypeID type = CFGetTypeID(value);
   for (const TypeRow &row : kTypeRows) {
     if (row.typeID == nullptr || row.typeID() != type) continue;

@@ -9,6 +9,7 @@
 #include "convert/dictionary_methods.h"
 #include "convert/folder_item.h"
 #include "convert/memory_block.h"
+#include "convert/nesting.h"
 #include "convert/string_convert.h"
 #include "frame/host_arrays.h"
 #include "frame/host_functions.h"
@@ -183,7 +184,8 @@ CFTypeRef NumberAsCFType(CFNumberType type, T value) {
 }  // namespace
 
 CFTypeRef CopyVariantAsCFType(REALobject variant) {
-  if (variant == nullptr) return nullptr;
+  if (variant == nullptr || ConversionNesting::Full()) return nullptr;
+  const ConversionNesting level;
   const int32_t code = GetVariantType(variant);
   switch (code) {
     case kREALVarNil:
