@@ -108,6 +108,7 @@ void PutUTF16(char32_t cp, bool little, std::string* out) {
 
 bool DecodeText(const unsigned char* b, size_t n, uint32_t enc, std::u32string* out) {
   out->clear();
+  out->reserve(n);  // grown once: no partial copy of the text is freed on the way
   switch (enc) {
     case kREALEncodingUTF8: return DecodeUTF8(b, n, out);
     case kREALEncodingUTF16: return DecodeUTF16(b, n, LittleEndianHost(), out);
@@ -153,6 +154,7 @@ bool DecodeText(const unsigned char* b, size_t n, uint32_t enc, std::u32string* 
 
 bool EncodeText(const std::u32string& text, uint32_t enc, std::string* out) {
   out->clear();
+  out->reserve(4 * text.size());
   for (char32_t cp : text) {
     switch (enc) {
       case kREALEncodingUTF8:
@@ -210,6 +212,7 @@ bool ConvertBytes(const std::string& in, uint32_t from, uint32_t to, std::string
     return true;
   }
   std::u32string text;
+  const Wiped<std::u32string> wipe(&text);
   if (!DecodeText(reinterpret_cast<const unsigned char*>(in.data()), in.size(), from, &text)) {
     return false;
   }

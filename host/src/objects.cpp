@@ -14,6 +14,7 @@
 #include <cstring>
 #include <functional>
 #include <set>
+#include <string.h>
 
 #include "runtime.h"
 
@@ -293,6 +294,8 @@ void Runtime::DestroyObject(ObjState* st) {
     ArrayReleaseElements(this, st);
     --liveArrays;
   }
+  // Memory blocks carry passwords; their bytes do not outlive them in freed memory.
+  if (st->bytes) explicit_bzero(st->bytes.get(), size_t(st->size));
   st->bytes.reset();
   st->dead = true;
   st->locks = 0;

@@ -15,6 +15,8 @@
 #include <utility>
 #include <vector>
 
+#include <string.h>
+
 #include "host_plugin_interface.h"
 #include "plugin_host/host.h"
 #include "pointer_map.h"
@@ -291,6 +293,20 @@ std::string Lower(const std::string& s);
 // Equal in any case, without lower-case copies (names are compared on every
 // call a plug-in makes by name).
 bool SameName(std::string_view a, std::string_view b);
+
+// Wipes a string's whole buffer when it goes out of scope: copies of a
+// password's text do not outlive it in freed memory.
+template <typename S>
+class Wiped {
+ public:
+  explicit Wiped(S* s) : s_(s) {}
+  ~Wiped() { explicit_bzero(&(*s_)[0], s_->capacity() * sizeof((*s_)[0])); }
+  Wiped(const Wiped&) = delete;
+  Wiped& operator=(const Wiped&) = delete;
+
+ private:
+  S* s_;
+};
 
 // ---- Text (encoding.cpp) ---------------------------------------------------------
 // Decodes bytes of an encoding into code points; false when they are not

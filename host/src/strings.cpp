@@ -147,6 +147,7 @@ RBBoolean HostGetStringData(REALstring s, uint32_t encoding, REALstringData* out
   if (r == nullptr) return 0;
   std::string bytes = StringBytesOf(s);
   std::string converted;
+  const Wiped<std::string> wipeBytes(&bytes), wipeConverted(&converted);
   if (encoding != kREALEncodingUnknown && encoding != r->rec.encoding) {
     if (!ConvertBytes(bytes, static_cast<uint32_t>(r->rec.encoding), encoding, &converted)) return 0;
     bytes.swap(converted);
@@ -171,6 +172,7 @@ void HostDisposeStringData(REALstringData* d) {
   if (d->hostWord3 == kStringDataMark) {
     if (Runtime* rt = Runtime::Current()) rt->stringData.erase(d->data);
   }
+  if (d->data != nullptr && d->length > 0) explicit_bzero(const_cast<void*>(d->data), size_t(d->length));
   std::free(const_cast<void*>(d->data));
   std::memset(d, 0, sizeof *d);
 }
