@@ -27,10 +27,19 @@ __CFData* Dat(CFDataRef d) { return const_cast<__CFData*>(d); }
 bool IsData(CFTypeRef d) { return IsA(d, kDataTypeID); }
 bool IsMutableData(CFDataRef d) { return IsData(d) && IsMutable(d); }
 
+// Hands the buffer back: to the caller's deallocator, or wiped to free().
+void ReleaseBytes(DataImpl& impl) {
+  if (impl.external) {
+    CFAllocatorDeallocate(impl.deallocator, impl.bytes);
+  } else if (impl.bytes) {
+    explicit_bzero(impl.bytes, static_cast<size_t>(impl.capacity));
+    free(impl.bytes);
+  }
+}
+
 void FinalizeData(CFTypeRef cf) {
   DataImpl& impl = Dat(static_cast<CFDataRef>(cf))->impl;
-  if (impl.external) CFAllocatorDeallocate(impl.deallocator, impl.bytes);
-  else free(impl.bytes);
+  ReleaseBytes(impl);
   impl.~DataImpl();
 }
 
@@ -70,8 +79,7 @@ bool Reserve(DataImpl& impl, CFIndex needed) {
   UInt8* bytes = static_cast<UInt8*>(malloc(static_cast<size_t>(capacity)));
   if (!bytes) return false;
   if (impl.length > 0) memcpy(bytes, impl.bytes, static_cast<size_t>(impl.length));
-  if (impl.external) CFAllocatorDeallocate(impl.deallocator, impl.bytes);
-  else free(impl.bytes);
+  ReleaseBytes(impl);
   impl.bytes = bytes;
   impl.capacity = capacity;
   impl.external = false;
