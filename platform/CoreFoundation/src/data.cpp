@@ -3,6 +3,7 @@
 // deallocator when the data is destroyed.
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 #include "cf_internal.h"
 
@@ -73,7 +74,7 @@ bool Reserve(DataImpl& impl, CFIndex needed) {
   if (needed <= impl.capacity && !impl.external) return true;
   CFIndex capacity = impl.capacity > 0 ? impl.capacity : 16;
   while (capacity < needed) {
-    if (capacity > (1L << 61)) return false;
+    if (capacity > std::numeric_limits<CFIndex>::max() / 2) return false;
     capacity *= 2;
   }
   UInt8* bytes = static_cast<UInt8*>(malloc(static_cast<size_t>(capacity)));
