@@ -81,6 +81,15 @@ bool FfiCall(void* fn, CType ret, const std::vector<CType>& argTypes, void** arg
   return true;
 }
 
+int64_t RealToInt64(double d) {
+  // 2^63 is exact as a double; anything at or past it does not fit.
+  constexpr double kLimit = 9223372036854775808.0;
+  if (d != d) return 0;
+  if (d >= kLimit) return INT64_MAX;
+  if (d <= -kLimit) return INT64_MIN;
+  return static_cast<int64_t>(d);
+}
+
 bool ValueToInt64(const Value& v, int64_t* out) {
   switch (v.kind()) {
     case Kind::Integer:
@@ -89,7 +98,7 @@ bool ValueToInt64(const Value& v, int64_t* out) {
     case Kind::Boolean: *out = v.boolean() ? 1 : 0; return true;
     case Kind::Color: *out = v.color(); return true;
     case Kind::Single:
-    case Kind::Double: *out = static_cast<int64_t>(v.real()); return true;
+    case Kind::Double: *out = RealToInt64(v.real()); return true;
     default: return false;
   }
 }

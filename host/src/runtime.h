@@ -339,6 +339,9 @@ bool ToC(const Value& v, const TypeRef& type, void* buf, std::string* error);
 Value FromC(const TypeRef& type, const void* buf);
 // Converts a Value for the numeric readers of the host functions.
 bool ValueToInt64(const Value& v, int64_t* out);
+// A real number as a whole one: the fraction dropped, a value beyond the
+// range held at its nearest end, and NaN as 0.
+int64_t RealToInt64(double d);
 bool ValueToDouble(const Value& v, double* out);
 
 // ---- Built-ins (variants.cpp, dictionary.cpp, arrays.cpp, folder_item.cpp) -----------

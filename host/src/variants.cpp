@@ -117,7 +117,7 @@ bool NumberOf(Runtime* rt, REALobject v, double* d, int64_t* i) {
   }
   if (s.kind() == Kind::Single || s.kind() == Kind::Double) {
     *d = s.real();
-    *i = static_cast<int64_t>(s.real());
+    *i = RealToInt64(s.real());
     return true;
   }
   if (!ValueToInt64(s, i)) return false;

@@ -3,6 +3,7 @@
 // their conversions, dictionaries, dates, memory blocks and folder items.
 #include <sys/stat.h>
 
+#include <cmath>
 #include <fstream>
 #include <random>
 #include <unordered_map>
@@ -193,7 +194,12 @@ TEST_F(HostValues, VariantsOfEveryTypeCodeConvert) {
   EXPECT_EQ(asInt(yes), 1);
   EXPECT_EQ(asInt(color), 0x00FF8000);
   EXPECT_EQ(asInt(currency), 12);
-  EXPECT_EQ(Shared("VariantInt64(v as Variant) as Int64", {i64}).int64(), int64_t(1) << 40);
+  const char* kInt64 = "VariantInt64(v as Variant) as Int64";
+  EXPECT_EQ(Shared(kInt64, {i64}).int64(), int64_t(1) << 40);
+  // Reals past the range held at its ends, NaN as 0.
+  EXPECT_EQ(Shared(kInt64, {made(2, 0, -1e306, Value())}).int64(), INT64_MIN);
+  EXPECT_EQ(Shared(kInt64, {made(2, 0, 9.3e18, Value())}).int64(), INT64_MAX);
+  EXPECT_EQ(Shared(kInt64, {made(2, 0, std::nan(""), Value())}).int64(), 0);
   EXPECT_FLOAT_EQ(Shared("VariantSingle(v as Variant) as Single", {dbl}).single(), 2.75f);
   EXPECT_DOUBLE_EQ(Shared("VariantDouble(v as Variant) as Double", {currency}).real(), 12.3456);
   EXPECT_DOUBLE_EQ(Shared("VariantDouble(v as Variant) as Double", {i32}).real(), -7.0);
