@@ -34,12 +34,12 @@ bool HashTable::KeysEqual(const void* a, const void* b) const {
 }
 
 size_t HashTable::Hash(const void* key) const {
-  size_t h = keys_.hash ? static_cast<size_t>(keys_.hash(key)) : reinterpret_cast<uintptr_t>(key) >> 4;
+  uint64_t h = keys_.hash ? static_cast<uint64_t>(keys_.hash(key)) : reinterpret_cast<uintptr_t>(key) >> 4;
   // Spread the bits: callers' hashes and pointers differ mostly in high or low bits.
   h ^= h >> 33;
   h *= 0xff51afd7ed558ccdULL;
   h ^= h >> 33;
-  return h;
+  return static_cast<size_t>(h);
 }
 
 const HashTable::Slot* HashTable::Locate(const void* key) const {

@@ -8,6 +8,7 @@
 #include <CoreFoundation/CFLiveObjects.h>
 
 #include <atomic>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -166,7 +167,7 @@ CFIndex CFGetRetainCount(CFTypeRef cf) {
   if (!cf) return 0;
   const CFRuntimeBase* base = static_cast<const CFRuntimeBase*>(cf);
   // Immortal objects report a huge count, as constant objects do on macOS.
-  if (base->_flags & kFlagImmortal) return 0x0fffffffffffffffL;
+  if (base->_flags & kFlagImmortal) return LONG_MAX >> 3;
   return static_cast<CFIndex>(__atomic_load_n(&base->_rc, __ATOMIC_RELAXED));
 }
 
