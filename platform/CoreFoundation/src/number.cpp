@@ -24,7 +24,10 @@ struct __CFBoolean {
 
 namespace {
 
-// The fixed-width type a creating type stands for on this (LP64) system.
+// The fixed-width type a creating type stands for on this system: long,
+// CFIndex and NSInteger are a word wide.
+constexpr CFNumberType kWordType = sizeof(long) == 8 ? kCFNumberSInt64Type : kCFNumberSInt32Type;
+
 CFNumberType Canonical(CFNumberType type) {
   switch (type) {
     case kCFNumberSInt8Type:
@@ -33,11 +36,11 @@ CFNumberType Canonical(CFNumberType type) {
     case kCFNumberShortType: return kCFNumberSInt16Type;
     case kCFNumberSInt32Type:
     case kCFNumberIntType: return kCFNumberSInt32Type;
-    case kCFNumberSInt64Type:
     case kCFNumberLongType:
-    case kCFNumberLongLongType:
     case kCFNumberCFIndexType:
-    case kCFNumberNSIntegerType: return kCFNumberSInt64Type;
+    case kCFNumberNSIntegerType: return kWordType;
+    case kCFNumberSInt64Type:
+    case kCFNumberLongLongType: return kCFNumberSInt64Type;
     case kCFNumberFloat32Type:
     case kCFNumberFloatType: return kCFNumberFloat32Type;
     case kCFNumberFloat64Type:
@@ -199,11 +202,15 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType theType, void* valuePt
   if (!IsA(number, kNumberTypeID) || !type || !valuePtr) return false;
   const __CFNumber* n = Num(number);
   if (type == kCFNumberFloat32Type || type == kCFNumberFloat64Type) {
-    double d = n->isFloat ? n->d : static_cast<double>(n->i);
+    // Stored through memory, so that a wider register (the x87's, at 32
+    // bits) cannot keep the bits a double or float drops.
+    volatile double rounded = static_cast<double>(n->i);
+    double d = n->isFloat ? n->d : rounded;
     // long double holds every 64-bit integer, so this detects rounding.
     bool exact = n->isFloat || static_cast<long double>(d) == static_cast<long double>(n->i);
     if (type == kCFNumberFloat32Type) {
-      float f = static_cast<float>(d);
+      volatile float narrowed = static_cast<float>(d);
+      float f = narrowed;
       memcpy(valuePtr, &f, sizeof f);
       return exact && (static_cast<double>(f) == d || std::isnan(d));
     }
