@@ -266,7 +266,7 @@ TEST_F(HostValues, DatesAndMemoryBlocks) {
   EXPECT_EQ(Int("BlockSize(m as memoryblock) as integer", {Value()}), 0);
   // A block the host cannot make gives nil, and the plug-in raises.
   EXPECT_TRUE(Shared("Block(size as integer, fill as integer) as MemoryBlock",
-                     {Value::Integer(RBInteger(1) << 40), Value::Integer(0)}).isNil());
+                     {Value::Integer(RBInteger(1) << 30), Value::Integer(0)}).isNil());
   auto e = host().TakeException();
   ASSERT_TRUE(e.has_value());
   EXPECT_EQ(e->className, "OutOfMemoryException");

@@ -117,9 +117,9 @@ TEST_F(CFStrings, FormatHandlesPrintfConversionsAndObjects) {
   int32_t answer = 42;
   Owned<CFNumberRef> n(CFNumberCreate(nullptr, kCFNumberSInt32Type, &answer));
   Owned<CFStringRef> s(CFStringCreateWithFormat(nullptr, nullptr, CFSTR("%@ %d %5.2f|%-4s|%ld %@ %x %% %@ %llu"),
-                                                name.get(), -7, 3.14159, "ab", 123456789012L, n.get(), 255,
+                                                name.get(), -7, 3.14159, "ab", -1234567890L, n.get(), 255,
                                                 kCFBooleanTrue, 18446744073709551615ULL));
-  EXPECT_EQ("w\xC3\xB6rld -7  3.14|ab  |123456789012 42 ff % true 18446744073709551615", UTF8(s));
+  EXPECT_EQ("w\xC3\xB6rld -7  3.14|ab  |-1234567890 42 ff % true 18446744073709551615", UTF8(s));
   Owned<CFStringRef> nul(CFStringCreateWithFormat(nullptr, nullptr, CFSTR("[%@] [%s] [%C]"), nullptr,
                                                   static_cast<const char*>(nullptr), 0xE9));
   EXPECT_EQ("[(null)] [(null)] [\xC3\xA9]", UTF8(nul));

@@ -4,6 +4,7 @@
 // with a pipe for standard input and nobody to ask, against the login
 // keychain; the same helper asking for the login keychain's password on its
 // terminal; and every public header compiled alone as C and as C++.
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -27,9 +28,12 @@ const Compiler kCompilers[] = {{"gcc", GCC_PATH}, {"clang", CLANG_PATH}};
 std::string CompilerName(const ::testing::TestParamInfo<Compiler>& info) { return info.param.name; }
 
 // How a helper finds the frameworks: the library path, as a user without
-// installed libraries sets it, and in sanitizer builds their runtime first.
+// installed libraries sets it (ahead of any the tests were given, as the
+// 32-bit build's), and in sanitizer builds their runtime first.
 std::vector<std::string> HelperEnvironment() {
-  std::vector<std::string> env = {std::string("LD_LIBRARY_PATH=") + FRAMEWORK_LIB_DIR};
+  std::string path = FRAMEWORK_LIB_DIR;
+  if (const char* inherited = getenv("LD_LIBRARY_PATH")) path = path + ":" + inherited;
+  std::vector<std::string> env = {"LD_LIBRARY_PATH=" + path};
   if (*SANITIZER_RUNTIME) env.push_back(std::string("LD_PRELOAD=") + SANITIZER_RUNTIME);
   return env;
 }
