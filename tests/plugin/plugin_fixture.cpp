@@ -2,6 +2,7 @@
 #include "plugin_fixture.h"
 
 #include <Security/SecLiveContent.h>
+#include <Security/Security.h>
 
 namespace kc_plugin_test {
 
@@ -68,6 +69,18 @@ RBInteger PluginTest::Property(const Value &object, const std::string &name) {
 
 std::string PluginTest::KeychainPath(const std::string &fileName) const {
   return home_.root() + "/" + fileName;
+}
+
+Value PluginTest::NewKeychain(const std::string &fileName) {
+  const std::string path = KeychainPath(fileName);
+  SecKeychainRef created = nullptr;
+  OSStatus status = SecKeychainCreate(path.c_str(), 0, "", false, nullptr, &created);
+  EXPECT_EQ(status, 0) << "creating " << path;
+  if (created) CFRelease(created);
+  Value keychain = Shared(decl::kOpenPath, {Text(path)});
+  EXPECT_FALSE(keychain.isNil());
+  Method(keychain, decl::kUnlockWith, {Text("")});
+  return keychain;
 }
 
 }  // namespace kc_plugin_test

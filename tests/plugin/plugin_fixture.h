@@ -52,6 +52,8 @@ class PluginTest : public ::testing::Test {
 
   Value Text(const std::string &utf8) { return host_->String(utf8); }
   std::string KeychainPath(const std::string &fileName) const;
+  // A new keychain with an empty password, opened and unlocked through the plug-in.
+  Value NewKeychain(const std::string &fileName);
 
  protected:
   kc_test::IsolatedKeychainHome home_;
