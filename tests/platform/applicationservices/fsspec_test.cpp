@@ -168,7 +168,7 @@ TEST_F(FSSpecTest, FSSpec_BadVolumesFoldersAndNamesGiveErrors) {
   FSRef ref;
 
   // A name of 64 'x': one more than the field holds, the last byte taken
-  // from whatever follows the spec in memory (here an 'x' too).
+  // from whatever follows the FSSpec in memory (here an 'x' too).
   struct {
     FSSpec spec;
     unsigned char after[8];

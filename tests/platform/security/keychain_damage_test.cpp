@@ -43,6 +43,25 @@ std::string SecretOf(CFTypeRef keychains, const StoredItem& i, OSStatus* status)
   return FindSecret(keychains, i.service, i.account, status);
 }
 
+// What SecItemCopyMatching answers when asked for one generic password's
+// attributes (no secret that could fail to open) in one keychain.
+OSStatus AttributesStatus(SecKeychainRef kc, CFStringRef service, CFStringRef account) {
+  CFMutableDictionaryRef q = CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                       &kCFTypeDictionaryValueCallBacks);
+  CFArrayRef list = CFArrayCreate(nullptr, (const void**)&kc, 1, &kCFTypeArrayCallBacks);
+  CFDictionarySetValue(q, kSecClass, kSecClassGenericPassword);
+  CFDictionarySetValue(q, kSecAttrService, service);
+  CFDictionarySetValue(q, kSecAttrAccount, account);
+  CFDictionarySetValue(q, kSecMatchSearchList, list);
+  CFDictionarySetValue(q, kSecReturnAttributes, kCFBooleanTrue);
+  CFTypeRef result = nullptr;
+  const OSStatus status = SecItemCopyMatching(q, &result);
+  if (result) CFRelease(result);
+  CFRelease(list);
+  CFRelease(q);
+  return status;
+}
+
 TEST_F(KeychainDamage, ZeroedIndexRootsAreReportedNeverReadAsAbsence) {
   const std::vector<StoredItem> items = MakeItems(80, 16);
   const std::string path = Build("index.keychain", items);
@@ -233,19 +252,7 @@ TEST_F(KeychainDamage, IndexEntryPointingAtAnotherRowIsCaught) {
   EXPECT_EQ(status, errSecInvalidKeychain) << "gave " << got;
   EXPECT_EQ(SecretOf(kc, items[4], &status), items[4].secret);
   // Attributes alone (no secret to fail) must not come back under the wrong names either.
-  CFMutableDictionaryRef q = CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
-                                                       &kCFTypeDictionaryValueCallBacks);
-  CFArrayRef list = CFArrayCreate(nullptr, (const void**)&kc, 1, &kCFTypeArrayCallBacks);
-  CFDictionarySetValue(q, kSecClass, kSecClassGenericPassword);
-  CFDictionarySetValue(q, kSecAttrService, CFSTR("svc"));
-  CFDictionarySetValue(q, kSecAttrAccount, CFSTR("account-3"));
-  CFDictionarySetValue(q, kSecMatchSearchList, list);
-  CFDictionarySetValue(q, kSecReturnAttributes, kCFBooleanTrue);
-  CFTypeRef result = nullptr;
-  EXPECT_EQ(SecItemCopyMatching(q, &result), errSecInvalidKeychain);
-  if (result) CFRelease(result);
-  CFRelease(list);
-  CFRelease(q);
+  EXPECT_EQ(AttributesStatus(kc, CFSTR("svc"), CFSTR("account-3")), errSecInvalidKeychain);
   CFRelease(kc);
 }
 
@@ -269,19 +276,7 @@ TEST_F(KeychainDamage, IndexEntryPointingAtARowOfAnotherClassIsCaught) {
   ASSERT_TRUE(OverwritePage(path, root, page));
 
   kc = Reopen(path);
-  CFMutableDictionaryRef q = CFDictionaryCreateMutable(nullptr, 0, &kCFTypeDictionaryKeyCallBacks,
-                                                       &kCFTypeDictionaryValueCallBacks);
-  CFArrayRef list = CFArrayCreate(nullptr, (const void**)&kc, 1, &kCFTypeArrayCallBacks);
-  CFDictionarySetValue(q, kSecClass, kSecClassGenericPassword);
-  CFDictionarySetValue(q, kSecAttrService, CFSTR(""));
-  CFDictionarySetValue(q, kSecAttrAccount, CFSTR("shared"));
-  CFDictionarySetValue(q, kSecMatchSearchList, list);
-  CFDictionarySetValue(q, kSecReturnAttributes, kCFBooleanTrue);
-  CFTypeRef result = nullptr;
-  EXPECT_EQ(SecItemCopyMatching(q, &result), errSecInvalidKeychain);
-  if (result) CFRelease(result);
-  CFRelease(list);
-  CFRelease(q);
+  EXPECT_EQ(AttributesStatus(kc, CFSTR(""), CFSTR("shared")), errSecInvalidKeychain);
   CFRelease(kc);
 }
 
