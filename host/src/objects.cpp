@@ -107,6 +107,7 @@ void Runtime::AddBuiltinClasses() {
     c->info.dataSize = s.dataSize;
     classes_[s.name] = std::move(c);
   }
+  ForgetSpellings();  // a stand-in may replace a built-in class looked up above
 }
 
 bool Runtime::NameLess::operator()(std::string_view a, std::string_view b) const {
