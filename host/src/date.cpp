@@ -7,12 +7,12 @@ namespace plugin_host {
 
 namespace {
 int* Field(ObjState* st, const std::string& name) {
-  if (name == "year") return &st->date.year;
-  if (name == "month") return &st->date.month;
-  if (name == "day") return &st->date.day;
-  if (name == "hour") return &st->date.hour;
-  if (name == "minute") return &st->date.minute;
-  if (name == "second") return &st->date.second;
+  if (SameName(name, "year")) return &st->date.year;
+  if (SameName(name, "month")) return &st->date.month;
+  if (SameName(name, "day")) return &st->date.day;
+  if (SameName(name, "hour")) return &st->date.hour;
+  if (SameName(name, "minute")) return &st->date.minute;
+  if (SameName(name, "second")) return &st->date.second;
   return nullptr;
 }
 }  // namespace

@@ -28,13 +28,15 @@ const DictEntry* DictionaryFind(Runtime* rt, ObjState* d, const Value& key) {
   return FindHashed(rt, d, key, VariantHash(rt, key));
 }
 
-void DictionarySetEntry(Runtime* rt, ObjState* d, const Value& key, const Value& value) {
+void DictionarySetEntry(Runtime* rt, ObjState* d, Value key, Value value) {
   const size_t hash = VariantHash(rt, key);
   if (DictEntry* e = FindHashed(rt, d, key, hash)) {
-    e->value = value;
+    e->value = std::move(value);
     return;
   }
-  d->entries.push_back(DictEntry{key, value, hash});
+  // Plug-ins fill a dictionary an entry at a time: room for a few at once.
+  if (d->entries.empty()) d->entries.reserve(8);
+  d->entries.push_back(DictEntry{std::move(key), std::move(value), hash});
 }
 
 namespace {

@@ -72,12 +72,7 @@ void* HostLoadObjectMethod(REALobject o, const char* declaration) {
   if (decl == nullptr) return nullptr;
   ObjState* st = rt->State(o, true);
   if (st == nullptr) return nullptr;
-  for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
-    if (c->fromPlugin) {
-      if (void* fn = MatchPluginMethod(c->methods, *decl)) return fn;
-    }
-  }
-  return BuiltinObjectMethod(st, *decl);
+  return rt->ObjectMethod(st, decl);
 }
 
 void* HostLoadGlobalMethod(const char* module, const char* prototype) {
@@ -90,6 +85,21 @@ void* HostLoadGlobalMethod(const char* module, const char* prototype) {
 }
 
 }  // namespace
+
+void* Runtime::ObjectMethod(const ObjState* st, const Declaration* decl) {
+  const uintptr_t key = reinterpret_cast<uintptr_t>(st->cls) ^ (reinterpret_cast<uintptr_t>(decl) >> 4);
+  MethodSlot& slot = methodSlots_[(key >> 4) % kMethodSlots];
+  if (slot.cls == st->cls && slot.decl == decl) return slot.fn;
+  void* found = nullptr;
+  for (const ClassDef* c = st->cls; c != nullptr && found == nullptr; c = c->super) {
+    if (c->fromPlugin) found = MatchPluginMethod(c->methods, *decl);
+  }
+  if (found == nullptr) found = BuiltinObjectMethod(const_cast<ObjState*>(st), *decl);
+  slot.cls = st->cls;
+  slot.decl = decl;
+  slot.fn = found;
+  return found;
+}
 
 void AddObjectFunctions(FunctionTable* t) {
   (*t)["PluginNewInstance"] = reinterpret_cast<void*>(&HostNewInstance);

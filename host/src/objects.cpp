@@ -4,8 +4,8 @@
 // A released object or string stays as a tombstone while the next
 // kReleasedKept releases happen, so that a late lock or an extra release is
 // recognised and reported instead of touching freed memory; after that its
-// memory goes back to the allocator, so a long-lived host does not grow with
-// every value it ever made. A late release of a value that old is still
+// slot goes back to the arena for a new value, so a long-lived host does not
+// grow with every value it ever made. A late release of a value that old is still
 // reported as a release of something that is no host value, unless its
 // address has been reused by then.
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <new>
 #include <set>
 #include <string.h>
 
@@ -46,20 +47,21 @@ Runtime::~Runtime() {
   // and releases are ignored from here on.
   tearingDown_ = true;
   pending_ = nullptr;
-  for (auto& [p, st] : objects_) {
+  const std::vector<void*> objects = objects_.Allocated();
+  for (void* p : objects) {
+    auto* st = static_cast<ObjState*>(p);
     st->entries.clear();
     st->message = Value();
     st->boxed = Value();
   }
-  for (auto& [p, st] : objects_) std::free(st->mem);
-  for (auto& [p, s] : strings_) {
+  for (void* p : objects) static_cast<ObjState*>(p)->~ObjState();
+  for (void* p : strings_.Allocated()) {
+    auto* s = static_cast<StrRec*>(p);
     explicit_bzero(s->rec.buffer, s->rec.allocated);  // strings a plug-in never released
-    std::free(s->rec.buffer);
+    if (s->rec.buffer != reinterpret_cast<unsigned char*>(s + 1)) std::free(s->rec.buffer);
   }
   // String data a plug-in never disposed (counted as live until now).
   for (const void* d : stringData) std::free(const_cast<void*>(d));
-  objects_.clear();
-  strings_.clear();
   LiveRuntimes().erase(this);
   if (gCurrent == this) gCurrent = LiveRuntimes().count(previous_) ? previous_ : nullptr;
 }
@@ -113,8 +115,8 @@ void Runtime::AddBuiltinClasses() {
 bool Runtime::NameLess::operator()(std::string_view a, std::string_view b) const {
   const size_t n = std::min(a.size(), b.size());
   for (size_t i = 0; i < n; ++i) {
-    const int x = std::tolower(static_cast<unsigned char>(a[i]));
-    const int y = std::tolower(static_cast<unsigned char>(b[i]));
+    const int x = static_cast<unsigned char>(LowerAscii(a[i]));
+    const int y = static_cast<unsigned char>(LowerAscii(b[i]));
     if (x != y) return x < y;
   }
   return a.size() < b.size();
@@ -146,6 +148,7 @@ ModuleDef* Runtime::FindModule(std::string_view name) const {
 void Runtime::ForgetSpellings() {
   for (auto& s : classSpellings_) s.def = nullptr;
   for (auto& s : moduleSpellings_) s.def = nullptr;
+  for (auto& s : methodSlots_) s.cls = nullptr;
 }
 
 void Runtime::Problem(const std::string& text) { problems.push_back(text); }
@@ -156,19 +159,18 @@ REALobject Runtime::NewObject(ClassDef* cls) {
   // is never smaller than theirs.
   size_t data = 0;
   for (const ClassDef* c = cls; c != nullptr; c = c->super) data = std::max(data, c->dataSize);
-  auto* mem = static_cast<unsigned char*>(std::calloc(1, kREALObjectHeaderSize + data + 16));
-  if (mem == nullptr) return nullptr;
-  auto st = std::make_unique<ObjState>();
-  st->rt = this;
-  st->cls = cls;
-  st->mem = mem;
-  st->dataSize = data;
-  st->locks = 1;
+  void* payload = objects_.Allocate(kStateBytes + kREALObjectHeaderSize + data + 16);
+  if (payload == nullptr) return nullptr;
+  auto* mem = static_cast<unsigned char*>(payload) + kStateBytes;
+  ObjState* raw = new (payload) ObjState();
+  raw->rt = this;
+  raw->cls = cls;
+  raw->mem = mem;
+  raw->dataSize = data;
+  raw->locks = 1;
   auto* head = reinterpret_cast<ObjectHead*>(mem);
-  head->state = st.get();
+  head->state = raw;
   head->magic = kObjectMagic;
-  ObjState* raw = st.get();
-  objects_[mem] = std::move(st);
   ++liveObjects;
   for (ClassDef* c = cls; c != nullptr; c = c->super) ++c->live;
 
@@ -193,13 +195,18 @@ void Runtime::RunConstructors(const ClassDef* cls, REALobject obj) {
 }
 
 const Declaration* Runtime::ParsedDeclaration(const char* text) {
+  DeclarationSlot& slot = declarationSlots_[(reinterpret_cast<uintptr_t>(text) >> 3) % kDeclarationSlots];
+  if (slot.text == text && slot.copy == text) return slot.decl;
   auto it = parsedDeclarations_.find(text);
   if (it == parsedDeclarations_.end()) {
     auto decl = std::make_unique<Declaration>();
     if (!ParseDeclaration(text, decl.get())) decl.reset();
     it = parsedDeclarations_.emplace(text, std::move(decl)).first;
   }
-  return it->second.get();
+  slot.text = text;
+  slot.copy = text;
+  slot.decl = it->second.get();
+  return slot.decl;
 }
 
 REALobject Runtime::NewInstance(const char* className) {
@@ -214,16 +221,16 @@ REALobject Runtime::NewInstance(const char* className) {
 
 ObjState* Runtime::State(const void* obj, bool quiet) const {
   if (obj == nullptr) return nullptr;
-  auto it = objects_.find(obj);
-  if (it == objects_.end()) {
+  auto* st = static_cast<ObjState*>(objects_.PayloadOf(obj));
+  if (st == nullptr) {
     if (!quiet) const_cast<Runtime*>(this)->Problem("not a host object: " + std::to_string(reinterpret_cast<uintptr_t>(obj)));
     return nullptr;
   }
-  if (it->second->dead) {
-    if (!quiet) const_cast<Runtime*>(this)->Problem("use of a released " + it->second->cls->name);
+  if (st->dead) {
+    if (!quiet) const_cast<Runtime*>(this)->Problem("use of a released " + st->cls->name);
     return nullptr;
   }
-  return it->second.get();
+  return st;
 }
 
 ObjState* Runtime::StateOfKind(const void* obj, Builtin kind) const {
@@ -245,29 +252,28 @@ bool Runtime::IsA(const ObjState* st, const ClassDef* cls) const {
 
 void Runtime::LockObject(REALobject obj) {
   if (obj == nullptr || tearingDown_) return;
-  auto it = objects_.find(obj);
-  if (it == objects_.end()) {
+  auto* st = static_cast<ObjState*>(objects_.PayloadOf(obj));
+  if (st == nullptr) {
     ++badReleases;
     Problem("lock of a pointer that is not a host object");
     return;
   }
-  if (it->second->dead) {
+  if (st->dead) {
     ++badReleases;
-    Problem("lock of a released " + it->second->cls->name);
+    Problem("lock of a released " + st->cls->name);
     return;
   }
-  ++it->second->locks;
+  ++st->locks;
 }
 
 void Runtime::UnlockObject(REALobject obj) {
   if (obj == nullptr || tearingDown_) return;
-  auto it = objects_.find(obj);
-  if (it == objects_.end()) {
+  auto* st = static_cast<ObjState*>(objects_.PayloadOf(obj));
+  if (st == nullptr) {
     ++badReleases;
     Problem("release of a pointer that is not a host object");
     return;
   }
-  ObjState* st = it->second.get();
   if (st->dead || st->locks <= 0) {
     ++badReleases;
     Problem("release of a " + st->cls->name + " that had no lock left");
@@ -302,15 +308,16 @@ void Runtime::DestroyObject(ObjState* st) {
   st->locks = 0;
   --liveObjects;
   for (ClassDef* c = st->cls; c != nullptr; c = c->super) --c->live;
-  releasedObjects_.push_back(st->mem);
+  releasedObjects_.push_back(st);
   if (releasedObjects_.size() > kReleasedKept) {
-    auto it = objects_.find(releasedObjects_.front());
+    Reclaim(releasedObjects_.front());
     releasedObjects_.pop_front();
-    if (it != objects_.end()) {
-      std::free(it->second->mem);
-      objects_.erase(it);
-    }
   }
+}
+
+void Runtime::Reclaim(ObjState* st) {
+  st->~ObjState();
+  objects_.Free(st);
 }
 
 }  // namespace plugin_host

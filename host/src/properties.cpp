@@ -334,10 +334,9 @@ bool BuiltinProperty(Runtime* rt, ObjState* st, const std::string& name, Value* 
 }
 
 bool SetBuiltinProperty(Runtime*, ObjState* st, const std::string& name, const Value& v) {
-  std::string low = Lower(name);
   for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
-    if (c->builtin == Builtin::Date && SetDateProperty(st, low, v)) return true;
-    if (c->builtin == Builtin::Exception && SetExceptionProperty(st, low, v)) return true;
+    if (c->builtin == Builtin::Date && SetDateProperty(st, name, v)) return true;
+    if (c->builtin == Builtin::Exception && SetExceptionProperty(st, Lower(name), v)) return true;
   }
   return false;
 }

@@ -19,7 +19,7 @@
 
 #include "host_plugin_interface.h"
 #include "plugin_host/host.h"
-#include "pointer_map.h"
+#include "value_arena.h"
 
 namespace plugin_host {
 
@@ -172,12 +172,18 @@ struct ObjState {
   std::vector<unsigned char> elems;
 };
 
+// An object's slot holds its state and then the memory plug-ins see.
+constexpr size_t kStateBytes = (sizeof(ObjState) + 15) / 16 * 16;
+
+// A string's slot holds its record and, unless the text is long, its buffer.
 struct StrRec {
   REALstringRecord rec;  // must stay first: plug-ins read these words
   RBWord magic;
   Runtime* rt;
   bool dead;
 };
+// Texts up to this many bytes share their record's slot.
+constexpr size_t kInlineStringBytes = 1024;
 
 // ---- The runtime ---------------------------------------------------------------
 
@@ -239,6 +245,9 @@ class Runtime {
   std::vector<std::string> problems;
   // Declarations plug-ins ask methods by, parsed once per text.
   const Declaration* ParsedDeclaration(const char* text);
+  // The method of an object's class (or a class it is built on) with decl's
+  // signature, or null (method_loading.cpp).
+  void* ObjectMethod(const ObjState* st, const Declaration* decl);
 
  private:
   friend class Host;
@@ -263,14 +272,34 @@ class Runtime {
   static constexpr size_t kSpellingSlots = 64;
   mutable SpellingSlot<ClassDef> classSpellings_[kSpellingSlots];
   mutable SpellingSlot<ModuleDef> moduleSpellings_[kSpellingSlots];
+  // Plug-ins load the same methods by the same literal texts for every
+  // object they fill: the last parse of a text and the last method found
+  // for a class and a declaration are kept in small direct-mapped tables
+  // (registration empties the second).
+  struct DeclarationSlot {
+    const char* text = nullptr;  // null: empty
+    std::string copy;            // the text as it was: a plug-in may reuse a buffer
+    const Declaration* decl = nullptr;
+  };
+  struct MethodSlot {
+    const ClassDef* cls = nullptr;  // null: empty
+    const Declaration* decl = nullptr;
+    void* fn = nullptr;
+  };
+  static constexpr size_t kDeclarationSlots = 32, kMethodSlots = 64;
+  DeclarationSlot declarationSlots_[kDeclarationSlots];
+  MethodSlot methodSlots_[kMethodSlots];
   void ForgetSpellings();
-  PointerMap<ObjState> objects_;  // live and released
+  ValueArena objects_{kStateBytes};  // live and released
   std::unordered_map<std::string, std::unique_ptr<Declaration>> parsedDeclarations_;  // null: unreadable
   // Released objects and strings, oldest first, kept as tombstones until
   // kReleasedKept newer ones have followed them.
-  std::deque<const void*> releasedObjects_, releasedStrings_;
+  std::deque<ObjState*> releasedObjects_;
+  std::deque<StrRec*> releasedStrings_;
+  void Reclaim(ObjState* st);
+  void Reclaim(StrRec* s);
   ClassDef* builtinClasses_[static_cast<int>(Builtin::StandIn) + 1] = {};
-  PointerMap<StrRec> strings_;
+  ValueArena strings_{0};
   REALobject pending_ = nullptr;
   bool tearingDown_ = false;
   uint64_t callSerial_ = 0;     // counts calls into plug-in methods
@@ -289,6 +318,9 @@ class Activate {
   Runtime* prev_;
 };
 
+// Names fold case in ASCII only, as the C locale does; a byte outside ASCII
+// matches only itself.
+inline char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 std::string Lower(const std::string& s);
 // Equal in any case, without lower-case copies (names are compared on every
 // call a plug-in makes by name).
@@ -352,7 +384,7 @@ REALstring VariantText(Runtime* rt, REALobject v);  // owned, or null
 bool VariantsEqual(Runtime* rt, const Value& a, const Value& b);
 bool BuiltinProperty(Runtime* rt, ObjState* st, const std::string& name, Value* out);
 bool SetBuiltinProperty(Runtime* rt, ObjState* st, const std::string& name, const Value& v);
-// One pair per built-in class; name is lower-case.
+// One pair per built-in class; name is lower-case (Date's fields are found in any case).
 bool DateProperty(ObjState* st, const std::string& name, Value* out);
 bool SetDateProperty(ObjState* st, const std::string& name, const Value& v);
 bool ExceptionProperty(ObjState* st, const std::string& name, Value* out);
@@ -370,7 +402,7 @@ Value ArrayGetValue(Runtime* rt, ObjState* arr, RBInteger index);
 void ArrayReleaseElements(Runtime* rt, ObjState* arr);
 int ArrayVariantCode(int elementType);
 
-void DictionarySetEntry(Runtime* rt, ObjState* d, const Value& key, const Value& value);
+void DictionarySetEntry(Runtime* rt, ObjState* d, Value key, Value value);
 // The entry whose key equals key, or null.
 const DictEntry* DictionaryFind(Runtime* rt, ObjState* d, const Value& key);
 // Equal variants hash alike (VariantsEqual's rules).

@@ -17,58 +17,61 @@ constexpr RBWord kStringDataMark = 0x53444154;
 REALstring Runtime::NewString(const void* bytes, size_t length, uint32_t encoding) {
   // One leading byte before the text, four zero bytes after it, so that every
   // view of the text, wide ones included, ends terminated.
-  auto* buf = static_cast<unsigned char*>(std::calloc(1, length + 5));
-  if (buf == nullptr) return nullptr;
+  const size_t bufferBytes = length + 5;
+  const bool inlineBuffer = bufferBytes <= kInlineStringBytes;
+  auto* s = static_cast<StrRec*>(strings_.Allocate(sizeof(StrRec) + (inlineBuffer ? bufferBytes : 0)));
+  if (s == nullptr) return nullptr;
+  unsigned char* buf = reinterpret_cast<unsigned char*>(s + 1);
+  if (!inlineBuffer) {
+    buf = static_cast<unsigned char*>(std::calloc(1, bufferBytes));
+    if (buf == nullptr) {
+      strings_.Free(s);
+      return nullptr;
+    }
+  }
   if (length > 0) std::memcpy(buf + 1, bytes, length);
   buf[0] = static_cast<unsigned char>(length > 255 ? 255 : length);
-  auto s = std::make_unique<StrRec>();
   s->rec.refCount = 1;
   s->rec.buffer = buf;
-  s->rec.allocated = length + 5;
+  s->rec.allocated = bufferBytes;
   s->rec.length = length;
   s->rec.encoding = encoding;
   s->magic = kStringMagic;
   s->rt = this;
   s->dead = false;
-  auto* handle = reinterpret_cast<REALstring>(s.get());
-  strings_[handle] = std::move(s);
   ++liveStrings;
-  return handle;
+  return reinterpret_cast<REALstring>(s);
 }
 
 StrRec* Runtime::Str(const void* s, bool quiet) const {
   if (s == nullptr) return nullptr;
-  auto it = strings_.find(s);
-  if (it == strings_.end() || it->second->dead) {
-    if (!quiet) {
-      const_cast<Runtime*>(this)->Problem(it == strings_.end() ? "not a host string"
-                                                               : "use of a released string");
-    }
+  auto* r = static_cast<StrRec*>(strings_.PayloadOf(s));
+  if (r == nullptr || r->dead) {
+    if (!quiet) const_cast<Runtime*>(this)->Problem(r == nullptr ? "not a host string" : "use of a released string");
     return nullptr;
   }
-  return it->second.get();
+  return r;
 }
 
 void Runtime::LockString(REALstring s) {
   if (s == nullptr || tearingDown_) return;
-  auto it = strings_.find(s);
-  if (it == strings_.end() || it->second->dead) {
+  auto* r = static_cast<StrRec*>(strings_.PayloadOf(s));
+  if (r == nullptr || r->dead) {
     ++badReleases;
     Problem("lock of a string that is not live");
     return;
   }
-  ++it->second->rec.refCount;
+  ++r->rec.refCount;
 }
 
 void Runtime::UnlockString(REALstring s) {
   if (s == nullptr || tearingDown_) return;
-  auto it = strings_.find(s);
-  if (it == strings_.end()) {
+  auto* r = static_cast<StrRec*>(strings_.PayloadOf(s));
+  if (r == nullptr) {
     ++badReleases;
     Problem("release of a pointer that is not a host string");
     return;
   }
-  StrRec* r = it->second.get();
   if (r->dead || r->rec.refCount == 0) {
     ++badReleases;
     Problem("release of a string that had no lock left");
@@ -85,13 +88,14 @@ void Runtime::DestroyString(StrRec* s) {
   explicit_bzero(s->rec.buffer, s->rec.allocated);
   releasedStrings_.push_back(s);
   if (releasedStrings_.size() > kReleasedKept) {
-    auto it = strings_.find(releasedStrings_.front());
+    Reclaim(releasedStrings_.front());
     releasedStrings_.pop_front();
-    if (it != strings_.end()) {
-      std::free(it->second->rec.buffer);
-      strings_.erase(it);
-    }
   }
+}
+
+void Runtime::Reclaim(StrRec* s) {
+  if (s->rec.buffer != reinterpret_cast<unsigned char*>(s + 1)) std::free(s->rec.buffer);
+  strings_.Free(s);
 }
 
 std::string StringBytesOf(REALstring s) {

@@ -15,7 +15,8 @@ namespace plugin_host {
 
 REALobject NewVariant(Runtime* rt, int32_t code, Value boxed) {
   REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::Variant));
-  if (ObjState* st = rt->State(o)) {
+  if (o != nullptr) {
+    ObjState* st = reinterpret_cast<ObjectHead*>(o)->state;
     st->varType = code;
     st->boxed = std::move(boxed);
   }
@@ -164,7 +165,22 @@ bool VariantsEqual(Runtime* rt, const Value& a0, const Value& b0) {
 }
 
 size_t VariantHash(Runtime* rt, const Value& v0) {
-  Value v = v0.kind() == Kind::Object ? VariantScalar(rt, v0.object()) : v0;
+  // A variant holding a scalar or a string is hashed through its box, without
+  // a copy (a copy locks and unlocks the boxed string).
+  const Value* in = &v0;
+  Value scalar;
+  if (v0.kind() == Kind::Object) {
+    ObjState* st = rt->StateOfKind(v0.object(), Builtin::Variant);
+    const int32_t code = st ? st->varType : kREALVarObject;
+    if (code == kREALVarInt32 || code == kREALVarInt64 || code == kREALVarSingle || code == kREALVarDouble ||
+        code == kREALVarString || code == kREALVarBoolean || code == kREALVarColor) {
+      in = &st->boxed;
+    } else {
+      scalar = VariantScalar(rt, v0.object());
+      in = &scalar;
+    }
+  }
+  const Value& v = *in;
   if (v.isNil()) return 0;
   if (v.kind() == Kind::Object) return std::hash<const void*>()(v.object());
   if (v.kind() == Kind::String) {
