@@ -7,12 +7,12 @@ namespace plugin_host {
 
 namespace {
 int* Field(ObjState* st, const std::string& name) {
-  if (SameName(name, "year")) return &st->date.year;
-  if (SameName(name, "month")) return &st->date.month;
-  if (SameName(name, "day")) return &st->date.day;
-  if (SameName(name, "hour")) return &st->date.hour;
-  if (SameName(name, "minute")) return &st->date.minute;
-  if (SameName(name, "second")) return &st->date.second;
+  if (SameName(name, "year")) return &st->X().date.year;
+  if (SameName(name, "month")) return &st->X().date.month;
+  if (SameName(name, "day")) return &st->X().date.day;
+  if (SameName(name, "hour")) return &st->X().date.hour;
+  if (SameName(name, "minute")) return &st->X().date.minute;
+  if (SameName(name, "second")) return &st->X().date.second;
   return nullptr;
 }
 }  // namespace

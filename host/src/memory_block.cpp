@@ -9,7 +9,7 @@ namespace plugin_host {
 
 bool MemoryBlockProperty(ObjState* st, const std::string& name, Value* out) {
   if (name != "size") return false;
-  *out = Value::Integer(st->size);
+  *out = Value::Integer(st->X().size);
   return true;
 }
 
@@ -24,25 +24,25 @@ REALmemoryBlock HostNewMemoryBlock(RBInteger size) {
   REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::MemoryBlock));
   ObjState* st = rt->State(o);
   if (st == nullptr) return nullptr;
-  st->bytes.reset(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]());
-  if (!st->bytes) {
+  st->X().bytes.reset(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]());
+  if (!st->X().bytes) {
     rt->UnlockObject(o);
     return nullptr;
   }
-  st->size = size;
+  st->X().size = size;
   return o;
 }
 
 void* HostMemoryBlockGetPtr(REALmemoryBlock b) {
   Runtime* rt = Runtime::Current();
   ObjState* st = rt ? rt->StateOfKind(b, Builtin::MemoryBlock) : nullptr;
-  return st ? st->bytes.get() : nullptr;
+  return st ? st->X().bytes.get() : nullptr;
 }
 
 RBInteger HostMemoryBlockGetSize(REALmemoryBlock b) {
   Runtime* rt = Runtime::Current();
   ObjState* st = rt ? rt->StateOfKind(b, Builtin::MemoryBlock) : nullptr;
-  return st ? st->size : 0;
+  return st ? st->X().size : 0;
 }
 
 }  // namespace

@@ -50,8 +50,10 @@ Runtime::~Runtime() {
   const std::vector<void*> objects = objects_.Allocated();
   for (void* p : objects) {
     auto* st = static_cast<ObjState*>(p);
-    st->entries.clear();
-    st->message = Value();
+    if (st->extra) {
+      st->extra->entries.clear();
+      st->extra->message = Value();
+    }
     st->boxed = Value();
   }
   for (void* p : objects) static_cast<ObjState*>(p)->~ObjState();
@@ -180,7 +182,7 @@ REALobject Runtime::NewObject(ClassDef* cls) {
     std::memcpy(mem + kREALObjectHeaderSize + 2 * sizeof(RBWord), &tag, sizeof tag);
   }
   if (cls->builtin == Builtin::MemoryBlock) {
-    raw->bytes.reset(new unsigned char[1]());
+    raw->X().bytes.reset(new unsigned char[1]());
   }
   RunConstructors(cls, obj);
   return obj;
@@ -294,16 +296,20 @@ void Runtime::DestroyObject(ObjState* st) {
     // A destructor that keeps its object alive is a fault of the plug-in.
     Problem("destructor of " + st->cls->name + " left it locked");
   }
-  st->entries.clear();
-  st->message = Value();
+  if (st->extra) {
+    st->extra->entries.clear();
+    st->extra->message = Value();
+  }
   st->boxed = Value();
   if (st->cls->builtin == Builtin::Array) {
     ArrayReleaseElements(this, st);
     --liveArrays;
   }
   // Memory blocks carry passwords; their bytes do not outlive them in freed memory.
-  if (st->bytes) explicit_bzero(st->bytes.get(), size_t(st->size));
-  st->bytes.reset();
+  if (st->extra && st->extra->bytes) {
+    explicit_bzero(st->extra->bytes.get(), size_t(st->extra->size));
+    st->extra->bytes.reset();
+  }
   st->dead = true;
   st->locks = 0;
   --liveObjects;

@@ -139,15 +139,9 @@ struct DictEntry {
   size_t hash = 0;
 };
 
-struct ObjState {
-  Runtime* rt = nullptr;
-  ClassDef* cls = nullptr;
-  unsigned char* mem = nullptr;  // the object as plug-ins see it
-  size_t dataSize = 0;           // bytes of instance data after the header
-  RBInteger locks = 0;
-  bool dead = false;
-  bool destroying = false;
-
+// What only some kinds of object need; an object gets it on first use, so
+// that the many variants a conversion makes stay a few cache lines each.
+struct ObjExtra {
   // Dictionary: entries in insertion order.
   std::vector<DictEntry> entries;
   // Date, as GMT fields.
@@ -160,16 +154,33 @@ struct ObjState {
   // Exceptions.
   Value message;
   RBInteger errorNumber = 0;
-  // Variant boxes.
-  int32_t varType = 0;
-  Value boxed;       // scalar or string
-  std::string text;  // for the type codes held as text only
+  // Variant boxes of the type codes held as text only, and of currency.
+  std::string text;
   int64_t currency = 0;
   // Arrays.
   int elemType = 0;
   size_t elemSize = 0;
   RBInteger count = 0;
   std::vector<unsigned char> elems;
+};
+
+struct ObjState {
+  Runtime* rt = nullptr;
+  ClassDef* cls = nullptr;
+  unsigned char* mem = nullptr;  // the object as plug-ins see it
+  size_t dataSize = 0;           // bytes of instance data after the header
+  RBInteger locks = 0;
+  bool dead = false;
+  bool destroying = false;
+  // Variant boxes.
+  int32_t varType = 0;
+  Value boxed;  // scalar or string
+  mutable std::unique_ptr<ObjExtra> extra;
+
+  ObjExtra& X() const {
+    if (!extra) extra = std::make_unique<ObjExtra>();
+    return *extra;
+  }
 };
 
 // An object's slot holds its state and then the memory plug-ins see.

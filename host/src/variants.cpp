@@ -28,7 +28,7 @@ int32_t VarTypeOf(Runtime* rt, REALobject v) {
   if (st == nullptr) return kREALVarNil;
   if (rt->StateOfKind(v, Builtin::Variant)) return st->varType;
   if (rt->StateOfKind(v, Builtin::Date)) return kREALVarDate;
-  if (rt->StateOfKind(v, Builtin::Array)) return ArrayVariantCode(st->elemType);
+  if (rt->StateOfKind(v, Builtin::Array)) return ArrayVariantCode(st->X().elemType);
   return kREALVarObject;
 }
 
@@ -44,10 +44,10 @@ Value VariantScalar(Runtime* rt, REALobject v) {
     case kREALVarBoolean:
     case kREALVarColor:
     case kREALVarObject: return st->boxed;
-    case kREALVarCurrency: return Value::Double(static_cast<double>(st->currency) / 10000.0);
+    case kREALVarCurrency: return Value::Double(static_cast<double>(st->X().currency) / 10000.0);
     default:
       // The type codes held as text only.
-      return Value::AdoptString(rt->NewString(st->text.data(), st->text.size(), kREALEncodingUTF8));
+      return Value::AdoptString(rt->NewString(st->X().text.data(), st->X().text.size(), kREALEncodingUTF8));
   }
 }
 
@@ -65,8 +65,8 @@ bool TextOf(Runtime* rt, REALobject v, Value* asString, std::string* text) {
   if (st == nullptr) return false;
   if (ObjState* d = rt->StateOfKind(v, Builtin::Date)) {
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d->date.year, d->date.month,
-                  d->date.day, d->date.hour, d->date.minute, d->date.second);
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d->X().date.year, d->X().date.month,
+                  d->X().date.day, d->X().date.hour, d->X().date.minute, d->X().date.second);
     *text = buf;
     return true;
   }
@@ -100,8 +100,8 @@ bool NumberOf(Runtime* rt, REALobject v, double* d, int64_t* i) {
   ObjState* st = rt->StateOfKind(v, Builtin::Variant);
   if (st == nullptr) return false;
   if (st->varType == kREALVarCurrency) {
-    *i = st->currency / 10000;
-    *d = static_cast<double>(st->currency) / 10000.0;
+    *i = st->X().currency / 10000;
+    *d = static_cast<double>(st->X().currency) / 10000.0;
     return true;
   }
   Value s = VariantScalar(rt, v);

@@ -380,6 +380,23 @@ Boolean CFStringGetCString(CFStringRef theString, char* buffer, CFIndex bufferSi
   CFIndex n = Length(theString);
   CFIndex used = 0;
   UInt8* out = reinterpret_cast<UInt8*>(buffer);
+  // ASCII text is the same bytes in every encoding that extends ASCII: most
+  // strings are copied unit for unit, and only the rest go through the encoder.
+  const bool extendsASCII = encoding == kCFStringEncodingUTF8 || encoding == kCFStringEncodingASCII ||
+                            encoding == kCFStringEncodingMacRoman || encoding == kCFStringEncodingISOLatin1 ||
+                            encoding == kCFStringEncodingWindowsLatin1;
+  if (extendsASCII && n <= bufferSize - 1) {
+    const char16_t* chars = Str(theString)->impl.chars.data();
+    CFIndex i = 0;
+    while (i < n && chars[i] < 0x80) {
+      out[i] = static_cast<UInt8>(chars[i]);
+      ++i;
+    }
+    if (i == n) {
+      buffer[n] = '\0';
+      return true;
+    }
+  }
   if (EncodeText(Str(theString)->impl.chars, 0, n, encoding, 0, false, out, bufferSize - 1, &used) != n) {
     buffer[0] = '\0';
     return false;
