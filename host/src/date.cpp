@@ -6,7 +6,7 @@
 namespace plugin_host {
 
 namespace {
-int* Field(ObjState* st, const std::string& name) {
+int* Field(ObjState* st, std::string_view name) {
   if (SameName(name, "year")) return &st->X().date.year;
   if (SameName(name, "month")) return &st->X().date.month;
   if (SameName(name, "day")) return &st->X().date.day;
@@ -24,7 +24,7 @@ bool DateProperty(ObjState* st, const std::string& name, Value* out) {
   return true;
 }
 
-bool SetDateProperty(ObjState* st, const std::string& name, const Value& v) {
+bool SetDateProperty(ObjState* st, std::string_view name, const Value& v) {
   int* f = Field(st, name);
   int64_t i;
   if (f == nullptr || !ValueToInt64(v, &i)) return false;

@@ -314,11 +314,7 @@ void Runtime::DestroyObject(ObjState* st) {
   st->locks = 0;
   --liveObjects;
   for (ClassDef* c = st->cls; c != nullptr; c = c->super) --c->live;
-  releasedObjects_.push_back(st);
-  if (releasedObjects_.size() > kReleasedKept) {
-    Reclaim(releasedObjects_.front());
-    releasedObjects_.pop_front();
-  }
+  if (ObjState* oldest = releasedObjects_.Keep(st)) Reclaim(oldest);
 }
 
 void Runtime::Reclaim(ObjState* st) {

@@ -279,6 +279,11 @@ RBBoolean HostGetPropString(REALobject obj, const char* name, REALstring* out) {
 RBBoolean HostSetPropInt(REALobject obj, const char* name, int32_t value) {
   Runtime* rt = Runtime::Current();
   if (rt == nullptr || name == nullptr) return 0;
+  // Plug-ins fill each new Date field by field; a Date of the built-in class
+  // itself has no plug-in properties to look through first.
+  ObjState* st = rt->State(obj, true);
+  if (st != nullptr && st->cls->builtin == Builtin::Date && !st->cls->fromPlugin)
+    return SetDateProperty(st, name, Value::Int32(value)) ? 1 : 0;
   return SetPropertyValue(rt, obj, name, Value::Int32(value), nullptr) ? 1 : 0;
 }
 

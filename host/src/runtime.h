@@ -196,6 +196,23 @@ struct StrRec {
 // Texts up to this many bytes share their record's slot.
 constexpr size_t kInlineStringBytes = 1024;
 
+// The last kReleasedKept released records of one kind, in a ring.
+template <typename T>
+class Tombstones {
+ public:
+  // Keeps r; gives back the record it pushes out (null until the ring is full).
+  T* Keep(T* r) {
+    T* oldest = ring_[next_];
+    ring_[next_] = r;
+    next_ = (next_ + 1) % kReleasedKept;
+    return oldest;
+  }
+
+ private:
+  T* ring_[kReleasedKept] = {};
+  size_t next_ = 0;
+};
+
 // ---- The runtime ---------------------------------------------------------------
 
 class Runtime {
@@ -305,8 +322,8 @@ class Runtime {
   std::unordered_map<std::string, std::unique_ptr<Declaration>> parsedDeclarations_;  // null: unreadable
   // Released objects and strings, oldest first, kept as tombstones until
   // kReleasedKept newer ones have followed them.
-  std::deque<ObjState*> releasedObjects_;
-  std::deque<StrRec*> releasedStrings_;
+  Tombstones<ObjState> releasedObjects_;
+  Tombstones<StrRec> releasedStrings_;
   void Reclaim(ObjState* st);
   void Reclaim(StrRec* s);
   ClassDef* builtinClasses_[static_cast<int>(Builtin::StandIn) + 1] = {};
@@ -397,7 +414,7 @@ bool BuiltinProperty(Runtime* rt, ObjState* st, const std::string& name, Value* 
 bool SetBuiltinProperty(Runtime* rt, ObjState* st, const std::string& name, const Value& v);
 // One pair per built-in class; name is lower-case (Date's fields are found in any case).
 bool DateProperty(ObjState* st, const std::string& name, Value* out);
-bool SetDateProperty(ObjState* st, const std::string& name, const Value& v);
+bool SetDateProperty(ObjState* st, std::string_view name, const Value& v);
 bool ExceptionProperty(ObjState* st, const std::string& name, Value* out);
 bool SetExceptionProperty(ObjState* st, const std::string& name, const Value& v);
 bool MemoryBlockProperty(ObjState* st, const std::string& name, Value* out);

@@ -86,11 +86,7 @@ void Runtime::DestroyString(StrRec* s) {
   // Strings carry passwords: their bytes go when they do, although the record
   // stays a while to catch a late release.
   explicit_bzero(s->rec.buffer, s->rec.allocated);
-  releasedStrings_.push_back(s);
-  if (releasedStrings_.size() > kReleasedKept) {
-    Reclaim(releasedStrings_.front());
-    releasedStrings_.pop_front();
-  }
+  if (StrRec* oldest = releasedStrings_.Keep(s)) Reclaim(oldest);
 }
 
 void Runtime::Reclaim(StrRec* s) {

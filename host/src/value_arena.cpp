@@ -95,7 +95,12 @@ void* ValueArena::Allocate(size_t bytes) {
 void ValueArena::Free(void* payload) {
   auto* slot = static_cast<unsigned char*>(payload) - kSlotHeader;
   slot[0] = 0;
-  auto it = slabs_.find(reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(slot) & kSlabMask));
+  const uintptr_t base = reinterpret_cast<uintptr_t>(slot) & kSlabMask;
+  if (recent_ != nullptr && reinterpret_cast<uintptr_t>(recent_->base) == base && recent_->sizeClass >= 0) {
+    free_[recent_->sizeClass].push_back(payload);
+    return;
+  }
+  auto it = slabs_.find(reinterpret_cast<void*>(base));
   if (it == slabs_.end()) return;
   if (it->second->sizeClass < 0) {
     if (recent_ == it->second.get()) recent_ = nullptr;
