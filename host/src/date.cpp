@@ -7,12 +7,13 @@ namespace plugin_host {
 
 namespace {
 int* Field(ObjState* st, std::string_view name) {
-  if (SameName(name, "year")) return &st->X().date.year;
-  if (SameName(name, "month")) return &st->X().date.month;
-  if (SameName(name, "day")) return &st->X().date.day;
-  if (SameName(name, "hour")) return &st->X().date.hour;
-  if (SameName(name, "minute")) return &st->X().date.minute;
-  if (SameName(name, "second")) return &st->X().date.second;
+  static const std::string_view kNames[] = {"year", "month", "day", "hour", "minute", "second"};
+  for (size_t i = 0; i < 6; ++i) {
+    if (!SameName(name, kNames[i])) continue;
+    DateFields& d = st->X().date;
+    int* const fields[] = {&d.year, &d.month, &d.day, &d.hour, &d.minute, &d.second};
+    return fields[i];
+  }
   return nullptr;
 }
 }  // namespace

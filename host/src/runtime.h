@@ -352,7 +352,13 @@ inline char LowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>
 std::string Lower(const std::string& s);
 // Equal in any case, without lower-case copies (names are compared on every
 // call a plug-in makes by name).
-bool SameName(std::string_view a, std::string_view b);
+inline bool SameName(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (LowerAscii(a[i]) != LowerAscii(b[i])) return false;
+  }
+  return true;
+}
 
 // Wipes a string's whole buffer when it goes out of scope: copies of a
 // password's text do not outlive it in freed memory.

@@ -133,5 +133,61 @@ TEST_F(ExceptionsAndAccounting, TheAccountingCatchesALeakAndADoubleRelease) {
   StartHost(HostOptions());
 }
 
+// A handle is a host value only at its exact address: an address inside a
+// value, or next to one, is refused without being read as a value. Values
+// released long ago give their memory to new ones without disturbing the
+// values still held, and values too large to share memory with others
+// (long texts, large instance data) come and go like the rest.
+TEST_F(ExceptionsAndAccounting, OnlyExactHandlesAreValuesAndReusedMemoryLeavesHeldValuesIntact) {
+  HostOptions opt;
+  opt.standIns = {{"CFObjectZNQ", true, 8 * sizeof(void*)}, {"CGImageZNQ", false, 100000}};
+  StartHost(opt);
+  auto lockObject = reinterpret_cast<REALLockObject_fn>(host().Resolve("REALLockObject"));
+  auto lockString = reinterpret_cast<REALLockString_fn>(host().Resolve("REALLockString"));
+  Value variant = host().Variant(Text("held"));
+  Value text = Text("kept text");
+  const std::string longText(5000, 'x');
+  Value longString = Text(longText);
+  Value large = host().NewInstance("CGImageZNQ");
+  ASSERT_FALSE(large.isNil());
+  size_t bad = 0;
+  for (const Value* v : {&variant, &large}) {
+    auto* at = reinterpret_cast<unsigned char*>(v->object());
+    for (long offset : {-16L, -8L, 8L, 16L}) {
+      lockObject(reinterpret_cast<REALobject>(at + offset));
+      EXPECT_EQ(host().BadReleases(), ++bad) << offset;
+    }
+    lockString(reinterpret_cast<REALstring>(at));  // an object is not a string
+    EXPECT_EQ(host().BadReleases(), ++bad);
+  }
+  for (const Value* s : {&text, &longString}) {
+    lockString(reinterpret_cast<REALstring>(reinterpret_cast<unsigned char*>(s->string()) + 8));
+    EXPECT_EQ(host().BadReleases(), ++bad);
+    lockObject(reinterpret_cast<REALobject>(s->string()));  // a string is not an object
+    EXPECT_EQ(host().BadReleases(), ++bad);
+  }
+  expectedBadReleases_ = bad;
+  EXPECT_EQ(host().LockCount(variant), 1);
+  EXPECT_EQ(host().LockCount(large), 1);
+
+  // Far more values made and released than are kept as released records.
+  for (int i = 0; i < 20000; ++i) {
+    Value v = host().Variant(Text("churn " + std::to_string(i)));
+    if (i % 1000 == 0) {
+      Value big = host().NewInstance("CGImageZNQ");
+      Value longer = Text(std::string(3000 + i % 7, 'y'));
+      EXPECT_EQ(host().StringBytes(longer).size(), size_t(3000 + i % 7));
+    }
+  }
+  EXPECT_EQ(host().StringBytes(host().VariantValue(variant)), "held");
+  EXPECT_EQ(host().StringBytes(text), "kept text");
+  EXPECT_EQ(host().StringBytes(longString), longText);
+  EXPECT_EQ(host().LockCount(variant), 1);
+  EXPECT_EQ(host().LockCount(large), 1);
+  EXPECT_EQ(host().LiveObjects(), 2u);
+  EXPECT_EQ(host().LiveStrings(), 3u);  // the variant's text, and the two strings
+  EXPECT_EQ(host().BadReleases(), bad);
+}
+
 }  // namespace
 }  // namespace host_test
