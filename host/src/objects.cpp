@@ -47,7 +47,8 @@ Runtime::~Runtime() {
   // and releases are ignored from here on.
   tearingDown_ = true;
   pending_ = nullptr;
-  const std::vector<void*> objects = objects_.Allocated();
+  // Released records are among these too: they hold nothing any more.
+  const std::vector<void*> objects = objects_.Payloads();
   for (void* p : objects) {
     auto* st = static_cast<ObjState*>(p);
     if (st->extra) {
@@ -57,8 +58,9 @@ Runtime::~Runtime() {
     st->boxed = Value();
   }
   for (void* p : objects) static_cast<ObjState*>(p)->~ObjState();
-  for (void* p : strings_.Allocated()) {
+  for (void* p : strings_.Payloads()) {
     auto* s = static_cast<StrRec*>(p);
+    if (s->rec.buffer == nullptr) continue;  // released, and its own buffer freed
     explicit_bzero(s->rec.buffer, s->rec.allocated);  // strings a plug-in never released
     if (s->rec.buffer != reinterpret_cast<unsigned char*>(s + 1)) std::free(s->rec.buffer);
   }
@@ -306,20 +308,15 @@ void Runtime::DestroyObject(ObjState* st) {
     --liveArrays;
   }
   // Memory blocks carry passwords; their bytes do not outlive them in freed memory.
-  if (st->extra && st->extra->bytes) {
-    explicit_bzero(st->extra->bytes.get(), size_t(st->extra->size));
-    st->extra->bytes.reset();
-  }
+  if (st->extra && st->extra->bytes) explicit_bzero(st->extra->bytes.get(), size_t(st->extra->size));
+  // A released object keeps only what reports a late use of it: its class
+  // and that it is dead. Its slot is reused later without being read again.
+  st->extra.reset();
   st->dead = true;
   st->locks = 0;
   --liveObjects;
   for (ClassDef* c = st->cls; c != nullptr; c = c->super) --c->live;
-  if (ObjState* oldest = releasedObjects_.Keep(st)) Reclaim(oldest);
-}
-
-void Runtime::Reclaim(ObjState* st) {
-  st->~ObjState();
-  objects_.Free(st);
+  if (ObjState* oldest = releasedObjects_.Keep(st, false).record) objects_.Free(oldest);
 }
 
 }  // namespace plugin_host

@@ -196,20 +196,27 @@ struct StrRec {
 // Texts up to this many bytes share their record's slot.
 constexpr size_t kInlineStringBytes = 1024;
 
-// The last kReleasedKept released records of one kind, in a ring.
+// The last kReleasedKept released records of one kind, in a ring. An entry
+// says whether its record still holds memory of its own, so that the many
+// that do not are given back without being read again.
 template <typename T>
 class Tombstones {
  public:
-  // Keeps r; gives back the record it pushes out (null until the ring is full).
-  T* Keep(T* r) {
-    T* oldest = ring_[next_];
-    ring_[next_] = r;
+  struct Entry {
+    T* record = nullptr;
+    bool holdsMemory = false;
+  };
+  // Keeps r; gives back the entry it pushes out (no record until the ring
+  // is full).
+  Entry Keep(T* r, bool holdsMemory) {
+    Entry oldest = ring_[next_];
+    ring_[next_] = Entry{r, holdsMemory};
     next_ = (next_ + 1) % kReleasedKept;
     return oldest;
   }
 
  private:
-  T* ring_[kReleasedKept] = {};
+  Entry ring_[kReleasedKept];
   size_t next_ = 0;
 };
 
@@ -324,8 +331,7 @@ class Runtime {
   // kReleasedKept newer ones have followed them.
   Tombstones<ObjState> releasedObjects_;
   Tombstones<StrRec> releasedStrings_;
-  void Reclaim(ObjState* st);
-  void Reclaim(StrRec* s);
+  void Reclaim(Tombstones<StrRec>::Entry released);
   ClassDef* builtinClasses_[static_cast<int>(Builtin::StandIn) + 1] = {};
   ValueArena strings_{0};
   REALobject pending_ = nullptr;

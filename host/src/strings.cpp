@@ -25,6 +25,7 @@ REALstring Runtime::NewString(const void* bytes, size_t length, uint32_t encodin
   if (!inlineBuffer) {
     buf = static_cast<unsigned char*>(std::calloc(1, bufferBytes));
     if (buf == nullptr) {
+      s->dead = true;  // the slot is found by its address until reused
       strings_.Free(s);
       return nullptr;
     }
@@ -86,11 +87,19 @@ void Runtime::DestroyString(StrRec* s) {
   // Strings carry passwords: their bytes go when they do, although the record
   // stays a while to catch a late release.
   explicit_bzero(s->rec.buffer, s->rec.allocated);
-  if (StrRec* oldest = releasedStrings_.Keep(s)) Reclaim(oldest);
+  const bool ownBuffer = s->rec.buffer != reinterpret_cast<unsigned char*>(s + 1);
+  Reclaim(releasedStrings_.Keep(s, ownBuffer));
 }
 
-void Runtime::Reclaim(StrRec* s) {
-  if (s->rec.buffer != reinterpret_cast<unsigned char*>(s + 1)) std::free(s->rec.buffer);
+void Runtime::Reclaim(Tombstones<StrRec>::Entry released) {
+  StrRec* s = released.record;
+  if (s == nullptr) return;
+  if (released.holdsMemory) {
+    std::free(s->rec.buffer);
+    s->rec.buffer = nullptr;
+    s->rec.allocated = 0;
+    s->rec.length = 0;
+  }
   strings_.Free(s);
 }
 

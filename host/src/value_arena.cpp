@@ -17,11 +17,9 @@ constexpr uintptr_t kSlabMask = ~uintptr_t(kSlabBytes - 1);
 // The slab's first bytes are left unused, so that no slot starts at its
 // base: a pointer to a slab's first byte is never a handle.
 constexpr size_t kSlabHeader = 64;
-// Each slot begins with a word saying whether it is allocated.
-constexpr size_t kSlotHeader = 16;
 constexpr size_t kPayloads[] = {48,  64,  96,  128,  160,  192,  256,  320,
                                 384, 512, 768, 1024, 1536, 2048, 3072, 4096};
-static_assert(kSlabBytes * (kSlotHeader + 4096) < (uint64_t(1) << 32), "slot index by reciprocal");
+static_assert(kSlabBytes * 4096 < (uint64_t(1) << 32), "slot index by reciprocal");
 
 size_t RoundUp(size_t n, size_t to) { return (n + to - 1) / to * to; }
 
@@ -30,7 +28,7 @@ size_t RoundUp(size_t n, size_t to) { return (n + to - 1) / to * to; }
 struct ValueArena::Slab {
   unsigned char* base = nullptr;
   size_t bytes = 0;     // of the whole slab
-  size_t slotSize = 0;  // header and payload
+  size_t slotSize = 0;
   uint64_t reciprocal = 0;  // ceil(2^32 / slotSize): an offset's slot without a division
   size_t cut = 0;       // slots handed out from fresh memory so far
   size_t capacity = 0;
@@ -64,38 +62,36 @@ void* ValueArena::Allocate(size_t bytes) {
   int c = 0;
   while (c < kClasses && kPayloads[c] < bytes) ++c;
   unsigned char* slot = nullptr;
-  size_t payloadBytes;
+  size_t slotSize;
   if (c == kClasses) {
-    const size_t slotSize = kSlotHeader + RoundUp(bytes, 16);
+    slotSize = RoundUp(bytes, 16);
     Slab* slab = NewSlab(slotSize, RoundUp(kSlabHeader + slotSize, kSlabBytes), -1);
     if (slab == nullptr) return nullptr;
     slab->cut = 1;
     slot = slab->Slot(0);
-    payloadBytes = slotSize - kSlotHeader;
   } else {
-    payloadBytes = kPayloads[c];
+    slotSize = kPayloads[c];
     if (!free_[c].empty()) {
-      slot = static_cast<unsigned char*>(free_[c].back()) - kSlotHeader;
+      slot = static_cast<unsigned char*>(free_[c].back());
       free_[c].pop_back();
     } else {
       Slab* slab = filling_[c];
       if (slab == nullptr || slab->cut == slab->capacity) {
-        slab = NewSlab(kSlotHeader + payloadBytes, kSlabBytes, c);
+        slab = NewSlab(slotSize, kSlabBytes, c);
         if (slab == nullptr) return nullptr;
         filling_[c] = slab;
       }
       slot = slab->Slot(slab->cut++);
     }
   }
-  std::memset(slot, 0, kSlotHeader + payloadBytes);
-  slot[0] = 1;
-  return slot + kSlotHeader;
+  std::memset(slot, 0, slotSize);
+  return slot;
 }
 
+// A freed slot is not touched: it may not have been used for a long while,
+// and its record still says it was released until a new value is made in it.
 void ValueArena::Free(void* payload) {
-  auto* slot = static_cast<unsigned char*>(payload) - kSlotHeader;
-  slot[0] = 0;
-  const uintptr_t base = reinterpret_cast<uintptr_t>(slot) & kSlabMask;
+  const uintptr_t base = reinterpret_cast<uintptr_t>(payload) & kSlabMask;
   if (recent_ != nullptr && reinterpret_cast<uintptr_t>(recent_->base) == base && recent_->sizeClass >= 0) {
     free_[recent_->sizeClass].push_back(payload);
     return;
@@ -127,18 +123,14 @@ void* ValueArena::PayloadOf(const void* p) const {
   // Exact for every offset below kSlabBytes: offset times slotSize stays
   // below 2^32.
   const size_t index = static_cast<size_t>((offset * slab.reciprocal) >> 32);
-  if (index >= slab.cut || offset - index * slab.slotSize != kSlotHeader + handleOffset_) return nullptr;
-  unsigned char* slot = slab.Slot(index);
-  return slot[0] ? slot + kSlotHeader : nullptr;
+  if (index >= slab.cut || offset - index * slab.slotSize != handleOffset_) return nullptr;
+  return slab.Slot(index);
 }
 
-std::vector<void*> ValueArena::Allocated() const {
+std::vector<void*> ValueArena::Payloads() const {
   std::vector<void*> out;
   for (auto& [base, slab] : slabs_) {
-    for (size_t i = 0; i < slab->cut; ++i) {
-      unsigned char* slot = slab->Slot(i);
-      if (slot[0]) out.push_back(slot + kSlotHeader);
-    }
+    for (size_t i = 0; i < slab->cut; ++i) out.push_back(slab->Slot(i));
   }
   return out;
 }

@@ -30,14 +30,17 @@ class ValueArena {
   // A zero-filled, 16-byte aligned payload of at least `bytes`, or null when
   // memory runs out.
   void* Allocate(size_t bytes);
-  // Gives a payload back; later allocations reuse its memory. The caller
-  // has already wiped what must not linger.
+  // Gives a payload back for later allocations, without touching it: until
+  // it is handed out again, its contents (a record marked released) stay
+  // as they are, and PayloadOf still finds it.
   void Free(void* payload);
-  // The allocated payload whose handle is p, or null when p is not the
-  // handle of one. Never reads memory outside this arena's slabs.
+  // The payload whose handle is p: one handed out by Allocate, now or
+  // before. Null when p is not such a handle. Never reads memory outside
+  // this arena's slabs, nor the payload itself.
   void* PayloadOf(const void* p) const;
-  // Every allocated payload, in no particular order.
-  std::vector<void*> Allocated() const;
+  // Every payload ever handed out of a slab still held, in no particular
+  // order: the caller's records tell the live from the released.
+  std::vector<void*> Payloads() const;
 
  private:
   struct Slab;
