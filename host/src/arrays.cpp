@@ -38,7 +38,7 @@ size_t ElementSize(int type) {
 bool HoldsHandles(int type) { return type == kREALArrayString || type == kREALArrayObject; }
 
 void Sync(ObjState* st) {
-  auto* head = reinterpret_cast<ObjectHead*>(st->mem);
+  auto* head = reinterpret_cast<ObjectHead*>(st->mem());
   head->elementStorage = st->rt->options().arraysExposeStorage ? st->X().elems.data() : nullptr;
 }
 
@@ -260,7 +260,7 @@ int ArrayVariantCode(int type) {
 
 bool ArraySetFromValue(Runtime* rt, ObjState* st, RBInteger i, const Value& v) {
   Activate active(rt);
-  auto* a = reinterpret_cast<REALarray>(st->mem);
+  auto* a = reinterpret_cast<REALarray>(st->mem());
   unsigned char* p = Slot(st, i);
   if (p == nullptr) return false;
   int64_t n;
@@ -292,7 +292,7 @@ bool ArraySetFromValue(Runtime* rt, ObjState* st, RBInteger i, const Value& v) {
 
 Value ArrayGetValue(Runtime* rt, ObjState* st, RBInteger i) {
   Activate active(rt);
-  auto* a = reinterpret_cast<REALarray>(st->mem);
+  auto* a = reinterpret_cast<REALarray>(st->mem());
   if (i < 0 || i >= st->X().count) return Value();
   switch (st->X().elemType) {
     case kREALArrayString: return Value::AdoptString(GetString(a, i));

@@ -372,7 +372,7 @@ bool Host::IsA(const Value& object, const std::string& className) const {
 
 unsigned char* Host::InstanceData(const Value& object) const {
   ObjState* st = rt_->State(object.object(), true);
-  return st ? st->mem + kREALObjectHeaderSize : nullptr;
+  return st ? st->mem() + kREALObjectHeaderSize : nullptr;
 }
 
 RBInteger Host::LockCount(const Value& v) const {

@@ -169,7 +169,6 @@ REALobject Runtime::NewObject(ClassDef* cls) {
   ObjState* raw = new (payload) ObjState();
   raw->rt = this;
   raw->cls = cls;
-  raw->mem = mem;
   raw->dataSize = data;
   raw->locks = 1;
   auto* head = reinterpret_cast<ObjectHead*>(mem);
@@ -288,7 +287,7 @@ void Runtime::UnlockObject(REALobject obj) {
 
 void Runtime::DestroyObject(ObjState* st) {
   st->destroying = true;
-  auto* obj = reinterpret_cast<REALobject>(st->mem);
+  auto* obj = reinterpret_cast<REALobject>(st->mem());
   // Destructors run from the most derived class up.
   for (const ClassDef* c = st->cls; c != nullptr; c = c->super) {
     if (c->destructor != nullptr) c->destructor(obj);

@@ -160,7 +160,7 @@ const struct __CFString* HostGetStringCFString(REALstring s, RBBoolean stripAmpe
 
 void StandInDestroy(ObjState* st) {
   CFTypeRef held;
-  unsigned char* word0 = st->mem + kREALObjectHeaderSize;
+  unsigned char* word0 = st->mem() + kREALObjectHeaderSize;
   std::memcpy(&held, word0, sizeof held);
   if (held != nullptr) CFRelease(held);
   std::memset(word0, 0, sizeof held);

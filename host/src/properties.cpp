@@ -79,7 +79,7 @@ size_t FieldSize(CType t) {
 
 bool ReadPluginProp(Runtime* rt, ObjState* st, const PropDef& p, Value* out,
                     std::string* error) {
-  auto* obj = reinterpret_cast<REALobject>(st->mem);
+  auto* obj = reinterpret_cast<REALobject>(st->mem());
   unsigned char buf[16] = {};
   if (p.storedGet) {
     size_t n = FieldSize(p.type.ctype);
@@ -87,7 +87,7 @@ bool ReadPluginProp(Runtime* rt, ObjState* st, const PropDef& p, Value* out,
       *error = "property " + p.name + " lies outside the instance data";
       return false;
     }
-    std::memcpy(buf, st->mem + kREALObjectHeaderSize + p.param, n);
+    std::memcpy(buf, st->mem() + kREALObjectHeaderSize + p.param, n);
     TypeRef t = p.type;
     // A stored handle stays the object's; the reader gets a lock of its own.
     if (t.category == Category::String || t.category == Category::Object) {
@@ -119,7 +119,7 @@ bool WritePluginProp(Runtime* rt, ObjState* st, const PropDef& p,
     *error = "the value does not fit property " + p.name + " of type " + p.type.name;
     return false;
   }
-  auto* obj = reinterpret_cast<REALobject>(st->mem);
+  auto* obj = reinterpret_cast<REALobject>(st->mem());
   unsigned char buf[16];
   ToC(v, p.type, buf, error);
   if (p.storedSet) {
@@ -128,7 +128,7 @@ bool WritePluginProp(Runtime* rt, ObjState* st, const PropDef& p,
       *error = "property " + p.name + " lies outside the instance data";
       return false;
     }
-    unsigned char* field = st->mem + kREALObjectHeaderSize + p.param;
+    unsigned char* field = st->mem() + kREALObjectHeaderSize + p.param;
     if (p.type.category == Category::String || p.type.category == Category::Object) {
       void *old, *now;
       std::memcpy(&old, field, sizeof old);

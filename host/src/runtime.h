@@ -118,7 +118,7 @@ struct ModuleDef {
 constexpr RBWord kObjectMagic = 0x4F424A31;  // word 1 of every host object
 // Released values kept as tombstones before their memory is freed.
 constexpr size_t kReleasedKept = 4096;
-constexpr RBWord kStringMagic = 0x53545231;
+constexpr uint32_t kStringMagic = 0x53545231;
 
 struct ObjState;
 
@@ -167,30 +167,35 @@ struct ObjExtra {
 struct ObjState {
   Runtime* rt = nullptr;
   ClassDef* cls = nullptr;
-  unsigned char* mem = nullptr;  // the object as plug-ins see it
-  size_t dataSize = 0;           // bytes of instance data after the header
+  size_t dataSize = 0;  // bytes of instance data after the header
   RBInteger locks = 0;
+  // Variant boxes: the type code, and the scalar or string.
+  int32_t varType = 0;
   bool dead = false;
   bool destroying = false;
-  // Variant boxes.
-  int32_t varType = 0;
-  Value boxed;  // scalar or string
+  Value boxed;
   mutable std::unique_ptr<ObjExtra> extra;
 
   ObjExtra& X() const {
     if (!extra) extra = std::make_unique<ObjExtra>();
     return *extra;
   }
+  // The object as plug-ins see it, which follows its state in their slot.
+  unsigned char* mem() const;
 };
 
 // An object's slot holds its state and then the memory plug-ins see.
 constexpr size_t kStateBytes = (sizeof(ObjState) + 15) / 16 * 16;
+inline unsigned char* ObjState::mem() const {
+  return const_cast<unsigned char*>(reinterpret_cast<const unsigned char*>(this)) + kStateBytes;
+}
 
 // A string's slot holds its record and, unless the text is long, its buffer.
+// Its runtime is its arena's owner (ValueArena::OwnerOf): short texts then
+// share a cache line with their record.
 struct StrRec {
   REALstringRecord rec;  // must stay first: plug-ins read these words
-  RBWord magic;
-  Runtime* rt;
+  uint32_t magic;
   bool dead;
 };
 // Texts up to this many bytes share their record's slot.
@@ -325,7 +330,7 @@ class Runtime {
   DeclarationSlot declarationSlots_[kDeclarationSlots];
   MethodSlot methodSlots_[kMethodSlots];
   void ForgetSpellings();
-  ValueArena objects_{kStateBytes};  // live and released
+  ValueArena objects_{kStateBytes, this};  // live and released
   std::unordered_map<std::string, std::unique_ptr<Declaration>> parsedDeclarations_;  // null: unreadable
   // Released objects and strings, oldest first, kept as tombstones until
   // kReleasedKept newer ones have followed them.
@@ -333,7 +338,7 @@ class Runtime {
   Tombstones<StrRec> releasedStrings_;
   void Reclaim(Tombstones<StrRec>::Entry released);
   ClassDef* builtinClasses_[static_cast<int>(Builtin::StandIn) + 1] = {};
-  ValueArena strings_{0};
+  ValueArena strings_{0, this};
   REALobject pending_ = nullptr;
   bool tearingDown_ = false;
   uint64_t callSerial_ = 0;     // counts calls into plug-in methods

@@ -38,7 +38,6 @@ REALstring Runtime::NewString(const void* bytes, size_t length, uint32_t encodin
   s->rec.length = length;
   s->rec.encoding = encoding;
   s->magic = kStringMagic;
-  s->rt = this;
   s->dead = false;
   ++liveStrings;
   return reinterpret_cast<REALstring>(s);
@@ -138,7 +137,7 @@ REALstring HostConvertString(REALstring s, uint32_t encoding) {
   if (!ConvertBytes(StringBytesOf(s), static_cast<uint32_t>(r->rec.encoding), encoding, &out)) {
     return nullptr;
   }
-  return r->rt->NewString(out.data(), out.size(), encoding);
+  return Runtime::Current()->NewString(out.data(), out.size(), encoding);
 }
 
 void HostLockString(REALstring s) {
@@ -170,7 +169,8 @@ RBBoolean HostGetStringData(REALstring s, uint32_t encoding, REALstringData* out
   out->hostWord3 = kStringDataMark;
   // Data a plug-in disposes through the host is tracked until then; a host
   // without "PluginDisposeStringData" leaves freeing it to the plug-in.
-  if (r->rt->options().withheld.count("PluginDisposeStringData") == 0) r->rt->stringData.insert(data);
+  Runtime* rt = Runtime::Current();
+  if (rt->options().withheld.count("PluginDisposeStringData") == 0) rt->stringData.insert(data);
   return 1;
 }
 

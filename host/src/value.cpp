@@ -14,7 +14,7 @@ Runtime* RuntimeOfObject(REALobject o) {
 Runtime* RuntimeOfString(REALstring s) {
   auto* rec = reinterpret_cast<StrRec*>(s);
   if (rec->magic != kStringMagic) return Runtime::Current();
-  return rec->rt;
+  return static_cast<Runtime*>(ValueArena::OwnerOf(s));
 }
 
 }  // namespace

@@ -14,11 +14,11 @@ namespace {
 
 constexpr size_t kSlabBytes = size_t(1) << 18;
 constexpr uintptr_t kSlabMask = ~uintptr_t(kSlabBytes - 1);
-// The slab's first bytes are left unused, so that no slot starts at its
+// A slab's first bytes hold its arena's owner, and no slot starts at its
 // base: a pointer to a slab's first byte is never a handle.
 constexpr size_t kSlabHeader = 64;
-constexpr size_t kPayloads[] = {48,  64,  96,  128,  160,  192,  256,  320,
-                                384, 512, 768, 1024, 1536, 2048, 3072, 4096};
+constexpr size_t kPayloads[] = {48,  64,  80,  96,  112, 128,  160,  192,
+                                256, 320, 384, 512, 768, 1024, 2048, 4096};
 static_assert(kSlabBytes * 4096 < (uint64_t(1) << 32), "slot index by reciprocal");
 
 size_t RoundUp(size_t n, size_t to) { return (n + to - 1) / to * to; }
@@ -37,7 +37,7 @@ struct ValueArena::Slab {
   unsigned char* Slot(size_t i) const { return base + kSlabHeader + i * slotSize; }
 };
 
-ValueArena::ValueArena(size_t handleOffset) : handleOffset_(handleOffset) {
+ValueArena::ValueArena(size_t handleOffset, void* owner) : handleOffset_(handleOffset), owner_(owner) {
   static_assert(sizeof kPayloads / sizeof kPayloads[0] == kClasses, "one free list per class");
 }
 
@@ -48,6 +48,7 @@ ValueArena::Slab* ValueArena::NewSlab(size_t slotSize, size_t bytes, int sizeCla
   if (mem == nullptr) return nullptr;
   auto slab = std::make_unique<Slab>();
   slab->base = static_cast<unsigned char*>(mem);
+  std::memcpy(mem, &owner_, sizeof owner_);
   slab->bytes = bytes;
   slab->slotSize = slotSize;
   slab->reciprocal = ((uint64_t(1) << 32) + slotSize - 1) / slotSize;
@@ -125,6 +126,12 @@ void* ValueArena::PayloadOf(const void* p) const {
   const size_t index = static_cast<size_t>((offset * slab.reciprocal) >> 32);
   if (index >= slab.cut || offset - index * slab.slotSize != handleOffset_) return nullptr;
   return slab.Slot(index);
+}
+
+void* ValueArena::OwnerOf(const void* p) {
+  void* owner;
+  std::memcpy(&owner, reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) & kSlabMask), sizeof owner);
+  return owner;
 }
 
 std::vector<void*> ValueArena::Payloads() const {

@@ -22,7 +22,8 @@ class ValueArena {
  public:
   // handleOffset: where inside a slot's payload the pointer a plug-in holds
   // points (the same for every slot of this arena).
-  explicit ValueArena(size_t handleOffset);
+  // owner: what OwnerOf gives for this arena's handles.
+  ValueArena(size_t handleOffset, void* owner);
   ~ValueArena();
   ValueArena(const ValueArena&) = delete;
   ValueArena& operator=(const ValueArena&) = delete;
@@ -41,6 +42,8 @@ class ValueArena {
   // Every payload ever handed out of a slab still held, in no particular
   // order: the caller's records tell the live from the released.
   std::vector<void*> Payloads() const;
+  // The owner of the arena whose payload (or handle) p is; p must be one.
+  static void* OwnerOf(const void* p);
 
  private:
   struct Slab;
@@ -48,6 +51,7 @@ class ValueArena {
 
   static constexpr int kClasses = 16;
   const size_t handleOffset_;
+  void* const owner_;
   PointerMap<Slab> slabs_;               // keyed by their base address
   std::vector<void*> free_[kClasses];    // freed payloads, reused last in first out
   Slab* filling_[kClasses] = {};         // the slab new slots of a class are cut from

@@ -207,7 +207,7 @@ size_t VariantHash(Runtime* rt, const Value& v0) {
 // The accessor properties. A variant whose value has no number (an object,
 // text that is not numeric) reads as 0.
 bool VariantProperty(Runtime* rt, ObjState* st, const std::string& name, Value* out) {
-  auto* v = reinterpret_cast<REALobject>(st->mem);
+  auto* v = reinterpret_cast<REALobject>(st->mem());
   double d = 0;
   int64_t i = 0;
   if (!NumberOf(rt, v, &d, &i)) {

@@ -166,6 +166,18 @@ TEST_F(ExceptionsAndAccounting, OnlyExactHandlesAreValuesAndReusedMemoryLeavesHe
     lockObject(reinterpret_cast<REALobject>(s->string()));  // a string is not an object
     EXPECT_EQ(host().BadReleases(), ++bad);
   }
+  // A released value's memory is not reused at once: a late lock of it is
+  // still caught, and lands on no value made since.
+  for (int i = 0; i < 2; ++i) {
+    Value gone = i == 0 ? host().Variant(Text("gone")) : Text("gone");
+    void* stale = i == 0 ? static_cast<void*>(gone.object()) : static_cast<void*>(gone.string());
+    gone.reset();
+    Value next = i == 0 ? host().Variant(Text("next")) : Text("next");
+    if (i == 0) lockObject(static_cast<REALobject>(stale));
+    else lockString(static_cast<REALstring>(stale));
+    EXPECT_EQ(host().BadReleases(), ++bad);
+    EXPECT_EQ(host().LockCount(next), 1);
+  }
   expectedBadReleases_ = bad;
   EXPECT_EQ(host().LockCount(variant), 1);
   EXPECT_EQ(host().LockCount(large), 1);
