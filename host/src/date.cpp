@@ -7,14 +7,20 @@ namespace plugin_host {
 
 namespace {
 int* Field(ObjState* st, std::string_view name) {
-  static const std::string_view kNames[] = {"year", "month", "day", "hour", "minute", "second"};
-  for (size_t i = 0; i < 6; ++i) {
-    if (!SameName(name, kNames[i])) continue;
-    DateFields& d = st->X().date;
-    int* const fields[] = {&d.year, &d.month, &d.day, &d.hour, &d.minute, &d.second};
-    return fields[i];
+  // Plug-ins set these six for every date they convert: the length picks
+  // the one or two names to compare.
+  int which = -1;
+  switch (name.size()) {
+    case 3: which = SameName(name, "day") ? 2 : -1; break;
+    case 4: which = SameName(name, "year") ? 0 : SameName(name, "hour") ? 3 : -1; break;
+    case 5: which = SameName(name, "month") ? 1 : -1; break;
+    case 6: which = SameName(name, "minute") ? 4 : SameName(name, "second") ? 5 : -1; break;
+    default: break;
   }
-  return nullptr;
+  if (which < 0) return nullptr;
+  DateFields& d = st->X().date;
+  int* const fields[] = {&d.year, &d.month, &d.day, &d.hour, &d.minute, &d.second};
+  return fields[which];
 }
 }  // namespace
 

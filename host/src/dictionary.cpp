@@ -46,15 +46,19 @@ ObjState* Dict(REALobject d) {
   return rt ? rt->StateOfKind(d, Builtin::Dictionary) : nullptr;
 }
 
-// Keys and values travel as variants; a nil one is stored as nil.
-Value AsHeld(REALobject v) { return Value::RetainObject(v); }
+// Keys and values travel as variants; a nil one is stored as nil, and one
+// that is no live object is locked the usual way, which reports it.
+Value AsHeld(Runtime* rt, REALobject v) {
+  if (ObjState* st = rt->State(v, true)) return HoldObject(st);
+  return Value::RetainObject(v);
+}
 
 // "Value(key As Variant) As Variant": nil for a key that is not there.
 REALobject DictionaryValue(REALobject dict, REALobject key) {
   ObjState* d = Dict(dict);
   if (d == nullptr) return nullptr;
   Runtime* rt = d->rt;
-  const DictEntry* e = DictionaryFind(rt, d, AsHeld(key));
+  const DictEntry* e = DictionaryFind(rt, d, AsHeld(rt, key));
   return e ? Value(e->value).releaseObject() : nullptr;
 }
 
@@ -62,7 +66,7 @@ REALobject DictionaryValue(REALobject dict, REALobject key) {
 void DictionaryAssign(REALobject dict, REALobject key, REALobject value) {
   ObjState* d = Dict(dict);
   if (d == nullptr) return;
-  DictionarySetEntry(d->rt, d, AsHeld(key), AsHeld(value));
+  DictionarySetEntry(d->rt, d, AsHeld(d->rt, key), AsHeld(d->rt, value));
 }
 
 // "Key(index As Integer) As Variant": nil outside 0 ... Count - 1.

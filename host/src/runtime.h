@@ -345,6 +345,17 @@ class Runtime {
   uint64_t pendingSerial_ = 0;  // the call that raised pending_
 };
 
+// A new lock on a value just found live by State or Str, without finding
+// it again.
+inline Value HoldObject(ObjState* st) {
+  ++st->locks;
+  return Value::AdoptObject(reinterpret_cast<REALobject>(st->mem()));
+}
+inline Value HoldString(StrRec* r) {
+  ++r->rec.refCount;
+  return Value::AdoptString(reinterpret_cast<REALstring>(r));
+}
+
 // Makes a runtime the active one for a scope.
 class Activate {
  public:

@@ -242,7 +242,9 @@ namespace {
 
 REALobject HostStringToVariant(REALstring s) {
   Runtime* rt = Runtime::Current();
-  return rt ? NewVariant(rt, kREALVarString, Value::RetainString(rt->Str(s) ? s : nullptr)) : nullptr;
+  if (rt == nullptr) return nullptr;
+  StrRec* r = rt->Str(s);
+  return NewVariant(rt, kREALVarString, r ? HoldString(r) : Value());
 }
 REALobject HostInt32ToVariant(int32_t v) {
   Runtime* rt = Runtime::Current();
