@@ -5,9 +5,9 @@
 // kReleasedKept releases happen, so that a late lock or an extra release is
 // recognised and reported instead of touching freed memory; after that its
 // slot goes back to the arena for a new value, so a long-lived host does not
-// grow with every value it ever made. A late release of a value that old is still
-// reported as a release of something that is no host value, unless its
-// address has been reused by then.
+// grow with every value it ever made. A late release of a value that old is
+// still reported, as its record still says it was released, unless a new
+// value has been made in its slot by then.
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>

@@ -1,9 +1,9 @@
-// The runtime's records of its objects and strings, keyed by the pointer a
-// plug-in holds. Every lock, release and use of a host value looks its
-// pointer up here, so the table is one open-addressed array (linear probing,
-// deletion by shifting back) rather than a node per entry: a lookup touches
-// one or two cache lines and adding a record allocates nothing but the
-// record itself. It offers the part of a map's interface the runtime uses.
+// A table keyed by pointers: the value slabs, keyed by their base address.
+// A lock, release or use of a host value that misses the slab found last
+// looks its slab up here, so the table is one open-addressed array (linear
+// probing, deletion by shifting back) rather than a node per entry: a lookup
+// touches one or two cache lines and adding a record allocates nothing but
+// the record itself. It offers the part of a map's interface its users need.
 #ifndef PLUGIN_HOST_POINTER_MAP_H_
 #define PLUGIN_HOST_POINTER_MAP_H_
 

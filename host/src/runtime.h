@@ -116,7 +116,7 @@ struct ModuleDef {
 // ---- Objects and strings -------------------------------------------------------
 
 constexpr RBWord kObjectMagic = 0x4F424A31;  // word 1 of every host object
-// Released values kept as tombstones before their memory is freed.
+// Released values kept as tombstones before their slots are reused.
 constexpr size_t kReleasedKept = 4096;
 constexpr uint32_t kStringMagic = 0x53545231;
 
