@@ -39,7 +39,7 @@ bool HoldsHandles(int type) { return type == kREALArrayString || type == kREALAr
 
 void Sync(ObjState* st) {
   auto* head = reinterpret_cast<ObjectHead*>(st->mem());
-  head->elementStorage = st->rt->options().arraysExposeStorage ? st->X().elems.data() : nullptr;
+  head->elementStorage = st->rt->options().arraysExposeStorage ? st->Extra().elems.data() : nullptr;
 }
 
 ObjState* Arr(REALarray a) {
@@ -48,11 +48,12 @@ ObjState* Arr(REALarray a) {
 }
 
 unsigned char* Slot(ObjState* st, RBInteger i) {
-  if (i < 0 || i >= st->X().count) {
+  ObjExtra& a = st->Extra();
+  if (i < 0 || i >= a.count) {
     st->rt->Problem("array index " + std::to_string(i) + " out of bounds");
     return nullptr;
   }
-  return st->X().elems.data() + static_cast<size_t>(i) * st->X().elemSize;
+  return a.elems.data() + static_cast<size_t>(i) * a.elemSize;
 }
 
 void* HandleAt(const unsigned char* p) {
@@ -62,7 +63,7 @@ void* HandleAt(const unsigned char* p) {
 }
 
 void LockHandle(ObjState* st, void* h) {
-  if (st->X().elemType == kREALArrayString) {
+  if (st->Extra().elemType == kREALArrayString) {
     st->rt->LockString(static_cast<REALstring>(h));
   } else {
     st->rt->LockObject(static_cast<REALobject>(h));
@@ -70,7 +71,7 @@ void LockHandle(ObjState* st, void* h) {
 }
 
 void UnlockHandle(ObjState* st, void* h) {
-  if (st->X().elemType == kREALArrayString) {
+  if (st->Extra().elemType == kREALArrayString) {
     st->rt->UnlockString(static_cast<REALstring>(h));
   } else {
     st->rt->UnlockObject(static_cast<REALobject>(h));
@@ -88,16 +89,17 @@ void PutHandle(ObjState* st, unsigned char* p, void* h) {
 
 // Opens a zero-filled slot at i (clamped to 0 ... count).
 unsigned char* InsertSlot(ObjState* st, RBInteger i) {
+  ObjExtra& a = st->Extra();
   if (i < 0) i = 0;
-  if (i > st->X().count) i = st->X().count;
-  size_t at = static_cast<size_t>(i) * st->X().elemSize;
-  size_t used = static_cast<size_t>(st->X().count) * st->X().elemSize;
-  if (st->X().elems.size() < used + st->X().elemSize) st->X().elems.resize(used + st->X().elemSize);
-  std::memmove(st->X().elems.data() + at + st->X().elemSize, st->X().elems.data() + at, used - at);
-  std::memset(st->X().elems.data() + at, 0, st->X().elemSize);
-  ++st->X().count;
+  if (i > a.count) i = a.count;
+  size_t at = static_cast<size_t>(i) * a.elemSize;
+  size_t used = static_cast<size_t>(a.count) * a.elemSize;
+  if (a.elems.size() < used + a.elemSize) a.elems.resize(used + a.elemSize);
+  std::memmove(a.elems.data() + at + a.elemSize, a.elems.data() + at, used - at);
+  std::memset(a.elems.data() + at, 0, a.elemSize);
+  ++a.count;
   Sync(st);
-  return st->X().elems.data() + at;
+  return a.elems.data() + at;
 }
 
 template <typename T>
@@ -201,25 +203,25 @@ REALarray HostCreateArray(RBInteger type, RBInteger upperBound) {
 
 RBInteger HostUBound(REALarray a) {
   ObjState* st = Arr(a);
-  return st ? st->X().count - 1 : -1;
+  return st ? st->Extra().count - 1 : -1;
 }
 
 void* HostGetInsertProc(REALarray a) {
   ObjState* st = Arr(a);
-  return st ? ProcsFor(st->X().elemType).insert : nullptr;
+  return st ? ProcsFor(st->Extra().elemType).insert : nullptr;
 }
 void* HostGetGetProc(REALarray a) {
   ObjState* st = Arr(a);
-  return st ? ProcsFor(st->X().elemType).get : nullptr;
+  return st ? ProcsFor(st->Extra().elemType).get : nullptr;
 }
 void* HostGetSetProc(REALarray a) {
   ObjState* st = Arr(a);
-  return st ? ProcsFor(st->X().elemType).set : nullptr;
+  return st ? ProcsFor(st->Extra().elemType).set : nullptr;
 }
 
 REALstring HostReadStringArray(REALarray a, RBInteger i) {
   ObjState* st = Arr(a);
-  if (st == nullptr || st->X().elemType != kREALArrayString) return nullptr;
+  if (st == nullptr || st->Extra().elemType != kREALArrayString) return nullptr;
   return GetString(a, i);
 }
 
@@ -231,11 +233,12 @@ REALarray NewArray(Runtime* rt, int type, RBInteger upperBound) {
   REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::Array));
   ObjState* st = rt->State(o);
   if (st == nullptr) return nullptr;
-  st->X().elemType = type;
-  st->X().elemSize = size;
-  st->X().count = upperBound + 1;
+  ObjExtra& a = st->Extra();
+  a.elemType = type;
+  a.elemSize = size;
+  a.count = upperBound + 1;
   // Never empty, so exposed storage is never a null pointer.
-  st->X().elems.assign(static_cast<size_t>(st->X().count > 0 ? st->X().count : 1) * size, 0);
+  a.elems.assign(static_cast<size_t>(a.count > 0 ? a.count : 1) * size, 0);
   ++rt->liveArrays;
   Sync(st);
   return o;
@@ -265,7 +268,7 @@ bool ArraySetFromValue(Runtime* rt, ObjState* st, RBInteger i, const Value& v) {
   if (p == nullptr) return false;
   int64_t n;
   double d;
-  switch (st->X().elemType) {
+  switch (st->Extra().elemType) {
     case kREALArrayString:
       if (v.kind() != Kind::String && !v.isNil()) return false;
       PutHandle(st, p, v.string());
@@ -284,8 +287,8 @@ bool ArraySetFromValue(Runtime* rt, ObjState* st, RBInteger i, const Value& v) {
       return true;
     default:
       if (!ValueToInt64(v, &n)) return false;
-      if (st->X().elemType == kREALArrayBoolean) n = n != 0;
-      std::memcpy(p, &n, st->X().elemSize);  // little-endian: the low bytes
+      if (st->Extra().elemType == kREALArrayBoolean) n = n != 0;
+      std::memcpy(p, &n, st->Extra().elemSize);  // little-endian: the low bytes
       return true;
   }
 }
@@ -293,8 +296,8 @@ bool ArraySetFromValue(Runtime* rt, ObjState* st, RBInteger i, const Value& v) {
 Value ArrayGetValue(Runtime* rt, ObjState* st, RBInteger i) {
   Activate active(rt);
   auto* a = reinterpret_cast<REALarray>(st->mem());
-  if (i < 0 || i >= st->X().count) return Value();
-  switch (st->X().elemType) {
+  if (i < 0 || i >= st->Extra().count) return Value();
+  switch (st->Extra().elemType) {
     case kREALArrayString: return Value::AdoptString(GetString(a, i));
     case kREALArrayObject: return Value::AdoptObject(GetObject(a, i));
     case kREALArrayInt32: return Value::Int32(GetNumber<int32_t>(a, i));
@@ -312,9 +315,10 @@ Value ArrayGetValue(Runtime* rt, ObjState* st, RBInteger i) {
 }
 
 void ArrayReleaseElements(Runtime*, ObjState* st) {
-  if (!HoldsHandles(st->X().elemType)) return;
-  for (RBInteger i = 0; i < st->X().count; ++i) {
-    unsigned char* p = st->X().elems.data() + static_cast<size_t>(i) * st->X().elemSize;
+  ObjExtra& a = st->Extra();
+  if (!HoldsHandles(a.elemType)) return;
+  for (RBInteger i = 0; i < a.count; ++i) {
+    unsigned char* p = a.elems.data() + static_cast<size_t>(i) * a.elemSize;
     void* h = HandleAt(p);
     std::memset(p, 0, sizeof h);
     if (h != nullptr) UnlockHandle(st, h);

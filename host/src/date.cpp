@@ -18,7 +18,7 @@ int* Field(ObjState* st, std::string_view name) {
     default: break;
   }
   if (which < 0) return nullptr;
-  DateFields& d = st->X().date;
+  DateFields& d = st->Extra().date;
   int* const fields[] = {&d.year, &d.month, &d.day, &d.hour, &d.minute, &d.second};
   return fields[which];
 }

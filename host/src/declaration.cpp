@@ -12,7 +12,6 @@ std::string Lower(const std::string& s) {
   return r;
 }
 
-
 namespace {
 
 std::string Trim(const std::string& s) {

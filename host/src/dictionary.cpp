@@ -9,14 +9,14 @@ namespace plugin_host {
 
 bool DictionaryProperty(ObjState* st, const std::string& name, Value* out) {
   if (name != "count") return false;
-  *out = Value::Integer(static_cast<RBInteger>(st->X().entries.size()));
+  *out = Value::Integer(static_cast<RBInteger>(st->Extra().entries.size()));
   return true;
 }
 
 namespace {
 
 DictEntry* FindHashed(Runtime* rt, ObjState* d, const Value& key, size_t hash) {
-  for (DictEntry& e : d->X().entries) {
+  for (DictEntry& e : d->Extra().entries) {
     if (e.hash == hash && VariantsEqual(rt, e.key, key)) return &e;
   }
   return nullptr;
@@ -35,8 +35,8 @@ void DictionarySetEntry(Runtime* rt, ObjState* d, Value key, Value value) {
     return;
   }
   // Plug-ins fill a dictionary an entry at a time: room for a few at once.
-  if (d->X().entries.empty()) d->X().entries.reserve(8);
-  d->X().entries.push_back(DictEntry{std::move(key), std::move(value), hash});
+  if (d->Extra().entries.empty()) d->Extra().entries.reserve(8);
+  d->Extra().entries.push_back(DictEntry{std::move(key), std::move(value), hash});
 }
 
 namespace {
@@ -72,8 +72,8 @@ void DictionaryAssign(REALobject dict, REALobject key, REALobject value) {
 // "Key(index As Integer) As Variant": nil outside 0 ... Count - 1.
 REALobject DictionaryKeyAt(REALobject dict, RBInteger index) {
   ObjState* d = Dict(dict);
-  if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->X().entries.size()) return nullptr;
-  return Value(d->X().entries[static_cast<size_t>(index)].key).releaseObject();
+  if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->Extra().entries.size()) return nullptr;
+  return Value(d->Extra().entries[static_cast<size_t>(index)].key).releaseObject();
 }
 
 }  // namespace

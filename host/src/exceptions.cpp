@@ -11,11 +11,11 @@ namespace plugin_host {
 
 bool ExceptionProperty(ObjState* st, const std::string& name, Value* out) {
   if (name == "message") {
-    *out = st->X().message;
+    *out = st->Extra().message;
     return true;
   }
   if (name == "errornumber") {
-    *out = Value::Integer(st->X().errorNumber);
+    *out = Value::Integer(st->Extra().errorNumber);
     return true;
   }
   return false;
@@ -23,12 +23,12 @@ bool ExceptionProperty(ObjState* st, const std::string& name, Value* out) {
 
 bool SetExceptionProperty(ObjState* st, const std::string& name, const Value& v) {
   if (name == "message" && (v.kind() == Kind::String || v.isNil())) {
-    st->X().message = v;
+    st->Extra().message = v;
     return true;
   }
   int64_t i;
   if (name == "errornumber" && ValueToInt64(v, &i)) {
-    st->X().errorNumber = static_cast<RBInteger>(i);
+    st->Extra().errorNumber = static_cast<RBInteger>(i);
     return true;
   }
   return false;
@@ -59,8 +59,8 @@ std::optional<ExceptionInfo> Runtime::TakePending() {
   ObjState* st = State(pending_, true);
   if (st != nullptr) {
     info.className = st->cls->name;
-    info.message = StringBytesOf(st->X().message.string());
-    info.errorNumber = st->X().errorNumber;
+    info.message = StringBytesOf(st->Extra().message.string());
+    info.errorNumber = st->Extra().errorNumber;
   }
   ClearPending();
   return info;

@@ -139,9 +139,9 @@ bool ArrayFits(REALobject obj, const TypeRef& type) {
   ObjState* st = rt ? rt->StateOfKind(obj, Builtin::Array) : nullptr;
   if (st == nullptr) return false;
   const Category element = ResolveType(type.name, false).category;
-  if (element == Category::String) return st->X().elemType == kREALArrayString;
-  if (element == Category::Object) return st->X().elemType == kREALArrayObject;
-  return st->X().elemType != kREALArrayString && st->X().elemType != kREALArrayObject;
+  if (element == Category::String) return st->Extra().elemType == kREALArrayString;
+  if (element == Category::Object) return st->Extra().elemType == kREALArrayObject;
+  return st->Extra().elemType != kREALArrayString && st->Extra().elemType != kREALArrayObject;
 }
 
 bool ToC(const Value& v, const TypeRef& type, void* buf, std::string* error) {

@@ -190,7 +190,7 @@ Value Host::MemoryBlock(std::string_view bytes) {
 Value Host::Date(const DateFields& fields) {
   Activate active(rt_.get());
   REALobject o = rt_->NewObject(rt_->FindClass("Date"));
-  if (ObjState* st = rt_->State(o)) st->X().date = fields;
+  if (ObjState* st = rt_->State(o)) st->Extra().date = fields;
   return Value::AdoptObject(o);
 }
 
@@ -252,14 +252,14 @@ Value Host::Variant(const Value& v) {
 Value Host::CurrencyVariant(int64_t tenThousandths) {
   Activate active(rt_.get());
   REALobject o = NewVariant(rt_.get(), kREALVarCurrency, Value());
-  if (ObjState* st = rt_->State(o)) st->X().currency = tenThousandths;
+  if (ObjState* st = rt_->State(o)) st->Extra().currency = tenThousandths;
   return Value::AdoptObject(o);
 }
 
 Value Host::TextVariant(int32_t typeCode, std::string_view text) {
   Activate active(rt_.get());
   REALobject o = NewVariant(rt_.get(), typeCode, Value());
-  if (ObjState* st = rt_->State(o)) st->X().text = std::string(text);
+  if (ObjState* st = rt_->State(o)) st->Extra().text = std::string(text);
   return Value::AdoptObject(o);
 }
 
@@ -404,18 +404,18 @@ std::string Host::StringUTF8(const Value& str) const {
 
 std::string Host::MemoryBlockBytes(const Value& block) const {
   ObjState* st = rt_->StateOfKind(block.object(), Builtin::MemoryBlock);
-  if (st == nullptr || st->X().size == 0) return std::string();
-  return std::string(reinterpret_cast<const char*>(st->X().bytes.get()), static_cast<size_t>(st->X().size));
+  if (st == nullptr || st->Extra().size == 0) return std::string();
+  return std::string(reinterpret_cast<const char*>(st->Extra().bytes.get()), static_cast<size_t>(st->Extra().size));
 }
 
 int Host::ArrayElementType(const Value& array) const {
   ObjState* st = rt_->StateOfKind(array.object(), Builtin::Array);
-  return st ? st->X().elemType : -1;
+  return st ? st->Extra().elemType : -1;
 }
 
 RBInteger Host::ArrayUBound(const Value& array) const {
   ObjState* st = rt_->StateOfKind(array.object(), Builtin::Array);
-  return st ? st->X().count - 1 : -1;
+  return st ? st->Extra().count - 1 : -1;
 }
 
 Value Host::ArrayElement(const Value& array, RBInteger index) const {
@@ -436,19 +436,19 @@ Value Host::VariantValue(const Value& v) const {
 
 RBInteger Host::DictionaryCount(const Value& dict) const {
   ObjState* d = rt_->StateOfKind(dict.object(), Builtin::Dictionary);
-  return d ? static_cast<RBInteger>(d->X().entries.size()) : 0;
+  return d ? static_cast<RBInteger>(d->Extra().entries.size()) : 0;
 }
 
 Value Host::DictionaryKey(const Value& dict, RBInteger index) const {
   ObjState* d = rt_->StateOfKind(dict.object(), Builtin::Dictionary);
-  if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->X().entries.size()) return Value();
-  return d->X().entries[static_cast<size_t>(index)].key;
+  if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->Extra().entries.size()) return Value();
+  return d->Extra().entries[static_cast<size_t>(index)].key;
 }
 
 Value Host::DictionaryValueAt(const Value& dict, RBInteger index) const {
   ObjState* d = rt_->StateOfKind(dict.object(), Builtin::Dictionary);
-  if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->X().entries.size()) return Value();
-  return d->X().entries[static_cast<size_t>(index)].value;
+  if (d == nullptr || index < 0 || static_cast<size_t>(index) >= d->Extra().entries.size()) return Value();
+  return d->Extra().entries[static_cast<size_t>(index)].value;
 }
 
 Value Host::DictionaryLookup(const Value& dict, const Value& key) const {
@@ -462,12 +462,12 @@ Value Host::DictionaryLookup(const Value& dict, const Value& key) const {
 std::optional<DateFields> Host::DateOf(const Value& date) const {
   ObjState* d = rt_->StateOfKind(date.object(), Builtin::Date);
   if (d == nullptr) return std::nullopt;
-  return d->X().date;
+  return d->Extra().date;
 }
 
 std::string Host::FolderItemPath(const Value& item) const {
   ObjState* st = rt_->StateOfKind(item.object(), Builtin::FolderItem);
-  return st ? st->X().path : std::string();
+  return st ? st->Extra().path : std::string();
 }
 
 // ---- Accounting -------------------------------------------------------------------------

@@ -9,7 +9,7 @@ namespace plugin_host {
 
 bool MemoryBlockProperty(ObjState* st, const std::string& name, Value* out) {
   if (name != "size") return false;
-  *out = Value::Integer(st->X().size);
+  *out = Value::Integer(st->Extra().size);
   return true;
 }
 
@@ -24,25 +24,25 @@ REALmemoryBlock HostNewMemoryBlock(RBInteger size) {
   REALobject o = rt->NewObject(rt->BuiltinClass(Builtin::MemoryBlock));
   ObjState* st = rt->State(o);
   if (st == nullptr) return nullptr;
-  st->X().bytes.reset(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]());
-  if (!st->X().bytes) {
+  st->Extra().bytes.reset(new (std::nothrow) unsigned char[static_cast<size_t>(size) + 1]());
+  if (!st->Extra().bytes) {
     rt->UnlockObject(o);
     return nullptr;
   }
-  st->X().size = size;
+  st->Extra().size = size;
   return o;
 }
 
 void* HostMemoryBlockGetPtr(REALmemoryBlock b) {
   Runtime* rt = Runtime::Current();
   ObjState* st = rt ? rt->StateOfKind(b, Builtin::MemoryBlock) : nullptr;
-  return st ? st->X().bytes.get() : nullptr;
+  return st ? st->Extra().bytes.get() : nullptr;
 }
 
 RBInteger HostMemoryBlockGetSize(REALmemoryBlock b) {
   Runtime* rt = Runtime::Current();
   ObjState* st = rt ? rt->StateOfKind(b, Builtin::MemoryBlock) : nullptr;
-  return st ? st->X().size : 0;
+  return st ? st->Extra().size : 0;
 }
 
 }  // namespace

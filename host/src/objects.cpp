@@ -183,7 +183,7 @@ REALobject Runtime::NewObject(ClassDef* cls) {
     std::memcpy(mem + kREALObjectHeaderSize + 2 * sizeof(RBWord), &tag, sizeof tag);
   }
   if (cls->builtin == Builtin::MemoryBlock) {
-    raw->X().bytes.reset(new unsigned char[1]());
+    raw->Extra().bytes.reset(new unsigned char[1]());
   }
   RunConstructors(cls, obj);
   return obj;

@@ -46,13 +46,13 @@ std::string Join(const std::string& folder, const std::string& leaf) {
 RBBoolean HostFSRefFromFolderItem(REALfolderItem item, FSRef* ref, HFSUniStr255* name) {
   ObjState* st = Item(item);
   if (st == nullptr || ref == nullptr) return 0;
-  if (PathRef(st->X().path, ref)) {
+  if (PathRef(st->Extra().path, ref)) {
     if (name != nullptr) name->length = 0;
     return 1;
   }
   // A not yet existing item: its folder and its leaf name, when asked for.
   std::string folder, leaf;
-  SplitPath(st->X().path, &folder, &leaf);
+  SplitPath(st->Extra().path, &folder, &leaf);
   std::u32string cps;
   std::string units;
   if (name == nullptr || leaf.empty() ||
@@ -70,11 +70,11 @@ RBBoolean HostFSSpecFromFolderItem(FSSpec* fsSpec, REALfolderItem item) {
   ObjState* st = Item(item);
   if (st == nullptr || fsSpec == nullptr) return 0;
   FSRef ref;
-  if (PathRef(st->X().path, &ref)) {
+  if (PathRef(st->Extra().path, &ref)) {
     return FSGetCatalogInfo(&ref, kFSCatInfoNone, nullptr, nullptr, fsSpec, nullptr) == noErr ? 1 : 0;
   }
   std::string folder, leaf, roman;
-  SplitPath(st->X().path, &folder, &leaf);
+  SplitPath(st->Extra().path, &folder, &leaf);
   FSCatalogInfo info;
   if (!PathRef(folder, &ref) || !ConvertBytes(leaf, kREALEncodingUTF8, kREALEncodingMacRoman, &roman) ||
       roman.empty() || roman.size() > 63 ||

@@ -176,7 +176,7 @@ struct ObjState {
   Value boxed;
   mutable std::unique_ptr<ObjExtra> extra;
 
-  ObjExtra& X() const {
+  ObjExtra& Extra() const {
     if (!extra) extra = std::make_unique<ObjExtra>();
     return *extra;
   }

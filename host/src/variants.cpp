@@ -28,7 +28,7 @@ int32_t VarTypeOf(Runtime* rt, REALobject v) {
   if (st == nullptr) return kREALVarNil;
   if (rt->StateOfKind(v, Builtin::Variant)) return st->varType;
   if (rt->StateOfKind(v, Builtin::Date)) return kREALVarDate;
-  if (rt->StateOfKind(v, Builtin::Array)) return ArrayVariantCode(st->X().elemType);
+  if (rt->StateOfKind(v, Builtin::Array)) return ArrayVariantCode(st->Extra().elemType);
   return kREALVarObject;
 }
 
@@ -44,10 +44,10 @@ Value VariantScalar(Runtime* rt, REALobject v) {
     case kREALVarBoolean:
     case kREALVarColor:
     case kREALVarObject: return st->boxed;
-    case kREALVarCurrency: return Value::Double(static_cast<double>(st->X().currency) / 10000.0);
+    case kREALVarCurrency: return Value::Double(static_cast<double>(st->Extra().currency) / 10000.0);
     default:
       // The type codes held as text only.
-      return Value::AdoptString(rt->NewString(st->X().text.data(), st->X().text.size(), kREALEncodingUTF8));
+      return Value::AdoptString(rt->NewString(st->Extra().text.data(), st->Extra().text.size(), kREALEncodingUTF8));
   }
 }
 
@@ -65,8 +65,8 @@ bool TextOf(Runtime* rt, REALobject v, Value* asString, std::string* text) {
   if (st == nullptr) return false;
   if (ObjState* d = rt->StateOfKind(v, Builtin::Date)) {
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d->X().date.year, d->X().date.month,
-                  d->X().date.day, d->X().date.hour, d->X().date.minute, d->X().date.second);
+    std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d->Extra().date.year, d->Extra().date.month,
+                  d->Extra().date.day, d->Extra().date.hour, d->Extra().date.minute, d->Extra().date.second);
     *text = buf;
     return true;
   }
@@ -100,8 +100,8 @@ bool NumberOf(Runtime* rt, REALobject v, double* d, int64_t* i) {
   ObjState* st = rt->StateOfKind(v, Builtin::Variant);
   if (st == nullptr) return false;
   if (st->varType == kREALVarCurrency) {
-    *i = st->X().currency / 10000;
-    *d = static_cast<double>(st->X().currency) / 10000.0;
+    *i = st->Extra().currency / 10000;
+    *d = static_cast<double>(st->Extra().currency) / 10000.0;
     return true;
   }
   Value s = VariantScalar(rt, v);
